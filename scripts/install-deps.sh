@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# Installs the Debian 12 packages that building and testing Plenda needs.
+# Idempotent: apt is only touched when something is missing.
+set -euo pipefail
+
+packages=(
+  build-essential cmake ninja-build ccache pkg-config
+  qt6-base-dev qt6-l10n-tools qt6-tools-dev qt6-tools-dev-tools libqt6sql6-sqlite libqt6svg6-dev
+  libsimdjson-dev libicu-dev libsqlite3-dev
+  libx11-dev libxss-dev libxcb-screensaver0-dev libgl-dev
+  libgtest-dev libgmock-dev libbenchmark-dev
+  xvfb openbox xdotool wmctrl x11-utils xterm
+)
+if [ "${PLENDA_WITH_FUZZ:-0}" = 1 ]; then
+  packages+=(clang-19 libclang-rt-19-dev)
+fi
+
+missing=()
+for p in "${packages[@]}"; do
+  dpkg -s "$p" >/dev/null 2>&1 || missing+=("$p")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+sudo=""
+[ "$(id -u)" -eq 0 ] || sudo="sudo"
+export DEBIAN_FRONTEND=noninteractive
+$sudo apt-get update -q
+$sudo apt-get install -y -q --no-install-recommends "${missing[@]}"

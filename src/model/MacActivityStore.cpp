@@ -1,0 +1,183 @@
+#include "model/MacActivityStore.h"
+
+#include "model/MacDayBlockJson.h"
+#include "platform/Calendar.h"
+#include "platform/Clock.h"
+#include "platform/Defaults.h"
+#include "platform/Files.h"
+#include "platform/StringTable.h"
+
+#include <algorithm>
+
+namespace plenda {
+
+bool cloudSyncDisabledBy(const char* environmentValue) {
+    return environmentValue != nullptr && std::string_view(environmentValue) == "1";
+}
+
+MacActivityStore::MacActivityStore(Dependencies dependencies)
+    : clock_(dependencies.clock),
+      scheduler_(dependencies.scheduler),
+      calendar_(dependencies.calendar),
+      defaults_(dependencies.defaults),
+      files_(dependencies.files),
+      strings_(dependencies.strings),
+      makeUuid_(std::move(dependencies.makeUuid)),
+      output_(dependencies.output),
+      syncMessage_(strings_.text("mac.sync.pending")),
+      selectedDate_(clock_.now()),
+      cloud_(defaults_),
+      cloudSyncDisabled_(dependencies.cloudSyncDisabled) {
+    loadBlocks();
+    splitMidnightSpanningBlocks();
+}
+
+MacActivityStore::~MacActivityStore() {
+    if (writeWorkItem_) writeWorkItem_->cancel();
+}
+
+const std::string& MacActivityStore::blocksFilePath() {
+    if (!blocksFilePath_) {
+        blocksFilePath_.emplace();
+        if (const auto support = files_.applicationSupportDirectory()) {
+            const std::string folder = *support + "/Plenda";
+            files_.createDirectories(folder);  // a failure shows up as failed reads and writes
+            *blocksFilePath_ = folder + "/blocks.json";
+        }
+    }
+    return *blocksFilePath_;
+}
+
+void MacActivityStore::loadBlocks() {
+    const std::string& path = blocksFilePath();
+    if (!path.empty()) {
+        const FileRead file = files_.readFile(path);
+        if (file.status == FileRead::Status::ok) {
+            std::string reason;
+            if (auto decoded = decodeBlocks(file.bytes, &reason)) {
+                blocks_ = std::move(*decoded);
+                return;
+            }
+            keepUnreadableFile(path, file.bytes, reason);
+        } else if (file.status == FileRead::Status::failed) {
+            keepUnreadableFile(path, {}, file.error);
+        }
+    }
+
+    const auto fallback = defaults_.data(storageKey);
+    if (!fallback) return;
+    auto decoded = decodeBlocks(fallback->bytes);
+    if (!decoded) return;
+    blocks_ = std::move(*decoded);
+    // The key goes only once its blocks are safely in the file.
+    if (saveNow()) defaults_.remove(storageKey);
+}
+
+// A block file that exists but cannot be used would be replaced by the next
+// save; keep it beside the new one so nothing of the user's is lost.
+void MacActivityStore::keepUnreadableFile(const std::string& path, const std::string& bytes,
+                                          const std::string& reason) {
+    std::string stamp = isoUtcText(clock_.now());
+    std::erase_if(stamp, [](char c) { return c == '-' || c == ':'; });
+    const std::string copy = path + ".unreadable-" + stamp;
+    const bool kept = bytes.empty() ? files_.moveFile(path, copy)
+                                    : !files_.writeFileAtomically(copy, bytes).has_value();
+    if (kept) {
+        output_ << "Plenda: the block file could not be read (" << reason << "); kept it as " << copy
+                << " and started without its blocks" << std::endl;
+    } else {
+        output_ << "Plenda: the block file could not be read (" << reason
+                << ") and no copy of it could be kept at " << copy << std::endl;
+    }
+}
+
+bool MacActivityStore::saveNow() {
+    if (writeWorkItem_) {
+        writeWorkItem_->cancel();
+        writeWorkItem_.reset();
+    }
+    const auto bytes = encodeBlocks(blocks_);
+    const std::string& path = blocksFilePath();
+    if (!bytes || path.empty()) return false;
+    return !files_.writeFileAtomically(path, *bytes).has_value();
+}
+
+void MacActivityStore::scheduleSave() {
+    if (writeWorkItem_) writeWorkItem_->cancel();
+    writeWorkItem_ = scheduler_.after(saveDelay, [this, alive = lifetime_.weak()] {
+        if (alive.expired()) return;
+        saveNow();
+    });
+}
+
+void MacActivityStore::splitMidnightSpanningBlocks() {
+    if (defaults_.boolValue(didSplitKey)) return;
+    defaults_.setBool(didSplitKey, true);  // never retried, whatever happens next
+
+    std::vector<MacDayBlock> result;
+    std::vector<MacDayBlock> changed;
+    result.reserve(blocks_.size());
+    const Date now = clock_.now();
+
+    for (const MacDayBlock& block : blocks_) {
+        if (!block.startDate || !block.endDate || *block.endDate <= *block.startDate ||
+            calendar_.isSameDay(*block.startDate, *block.endDate)) {
+            result.push_back(block);
+            continue;
+        }
+        const Date end = *block.endDate;
+        const double total = end - *block.startDate;
+        Date cursor = *block.startDate;
+        bool first = true;
+        while (cursor < end) {
+            const Date dayStart = calendar_.startOfDay(cursor);
+            const auto nextMidnight = calendar_.addingDays(1, dayStart);
+            // A calendar that cannot move on would loop forever; end the block here.
+            const Date pieceEnd =
+                (nextMidnight && *nextMidnight > cursor) ? std::min(end, *nextMidnight) : end;
+            MacDayBlock piece = block;
+            if (!first) {
+                piece.id = makeUuid_();
+                piece.createdAt = cursor;
+                piece.blockType = std::string(trackedBlockType);
+            }
+            piece.startDate = cursor;
+            piece.endDate = pieceEnd;
+            piece.weight = block.weight * (pieceEnd - cursor) / total;
+            piece.modifiedAt = now;
+            result.push_back(piece);
+            changed.push_back(std::move(piece));
+            cursor = pieceEnd;
+            first = false;
+        }
+    }
+    if (changed.empty()) return;
+
+    std::stable_sort(result.begin(), result.end(), [](const MacDayBlock& a, const MacDayBlock& b) {
+        return a.effectiveStart() < b.effectiveStart();
+    });
+    blocks_ = std::move(result);
+    saveNow();
+    if (!cloudSyncDisabled_) cloud_.markBlocksDirty(changed);
+}
+
+void MacActivityStore::startUpload(std::vector<MacDayBlock> blocks, std::function<void()> finished) {
+    scheduler_.post([this, alive = lifetime_.weak(), blocks = std::move(blocks),
+                     finished = std::move(finished)]() mutable {
+        if (alive.expired()) return;
+        pushPending(std::move(blocks), false, std::move(finished));
+    });
+}
+
+void MacActivityStore::markDirtyAndUpload(const std::vector<MacDayBlock>& changed) {
+    if (cloudSyncDisabled_) return;
+    cloud_.markBlocksDirty(changed);
+    startUpload(changed);
+}
+
+void MacActivityStore::pushPending(std::vector<MacDayBlock>, bool, std::function<void()> finished) {
+    // No cloud engine is attached yet: the marks stay for a later sync.
+    if (finished) scheduler_.post(std::move(finished));
+}
+
+}  // namespace plenda

@@ -1,0 +1,183 @@
+#include "model/MacDayBlockJson.h"
+
+#include "model/Text.h"
+
+#include <simdjson.h>
+
+namespace plenda {
+
+namespace {
+
+using simdjson::dom::element;
+using simdjson::dom::element_type;
+
+struct Failure {
+    std::string reason;
+};
+
+std::optional<std::string> optionalString(element value, std::string_view name) {
+    if (value.is_null()) return std::nullopt;
+    std::string_view text;
+    if (value.get_string().get(text)) throw Failure{"\"" + std::string(name) + "\" is not a string"};
+    return nfc(text);
+}
+
+std::optional<Date> optionalDate(element value, std::string_view name) {
+    if (value.is_null()) return std::nullopt;
+    double seconds;
+    if (value.get_double().get(seconds))
+        throw Failure{"\"" + std::string(name) + "\" is not a number"};
+    return Date(seconds);
+}
+
+MacDayBlock readBlock(element value) {
+    simdjson::dom::object object;
+    if (value.get_object().get(object)) throw Failure{"a block is not a JSON object"};
+
+    std::optional<Uuid> id;
+    std::optional<std::string> title, blockType, note;
+    std::optional<MacBlockCategory> category;
+    std::optional<double> weight;
+    std::optional<Date> createdAt, startDate, endDate, modifiedAt;
+
+    for (auto field : object) {
+        const std::string_view key = field.key;
+        if (key == "id") {
+            auto text = optionalString(field.value, key);
+            if (!text) throw Failure{"\"id\" is null"};
+            id = Uuid::parse(*text);
+            if (!id) throw Failure{"\"id\" is not a UUID: " + *text};
+        } else if (key == "title") {
+            title = optionalString(field.value, key);
+        } else if (key == "category") {
+            auto text = optionalString(field.value, key);
+            if (text) {
+                category = categoryFromRawValue(*text);
+                if (!category) throw Failure{"unknown category \"" + *text + "\""};
+            }
+        } else if (key == "weight") {
+            double minutes;
+            if (field.value.get_double().get(minutes)) throw Failure{"\"weight\" is not a number"};
+            weight = minutes;
+        } else if (key == "note") {
+            note = optionalString(field.value, key);
+        } else if (key == "createdAt") {
+            createdAt = optionalDate(field.value, key);
+        } else if (key == "startDate") {
+            startDate = optionalDate(field.value, key);
+        } else if (key == "endDate") {
+            endDate = optionalDate(field.value, key);
+        } else if (key == "blockType") {
+            blockType = optionalString(field.value, key);
+        } else if (key == "modifiedAt") {
+            modifiedAt = optionalDate(field.value, key);
+        }
+    }
+
+    auto require = [](bool present, const char* name) {
+        if (!present) throw Failure{std::string("missing \"") + name + "\""};
+    };
+    require(id.has_value(), "id");
+    require(title.has_value(), "title");
+    require(category.has_value(), "category");
+    require(weight.has_value(), "weight");
+    require(createdAt.has_value(), "createdAt");
+    require(blockType.has_value(), "blockType");
+
+    return MacDayBlock{*id,        std::move(*title), *category, *weight,   std::move(note),
+                       *createdAt, startDate,         endDate,   std::move(*blockType), modifiedAt};
+}
+
+template <typename Read>
+auto decode(std::string_view json, std::string* error, Read read) -> decltype(read(element{})) {
+    simdjson::dom::parser parser;
+    const simdjson::padded_string padded(json);
+    element root;
+    if (const auto code = parser.parse(padded).get(root)) {
+        if (error) *error = std::string("not valid JSON: ") + simdjson::error_message(code);
+        return std::nullopt;
+    }
+    try {
+        return read(root);
+    } catch (const Failure& failure) {
+        if (error) *error = failure.reason;
+        return std::nullopt;
+    }
+}
+
+}  // namespace
+
+void writeBlock(JsonWriter& writer, const MacDayBlock& block) {
+    writer.beginObject();
+    writer.key("id");
+    writer.string(block.id.string());
+    writer.key("title");
+    writer.string(block.title);
+    writer.key("category");
+    writer.string(rawValue(block.category));
+    writer.key("weight");
+    writer.number(block.weight);
+    if (block.note) {
+        writer.key("note");
+        writer.string(*block.note);
+    }
+    writer.key("createdAt");
+    writer.number(block.createdAt.seconds);
+    if (block.startDate) {
+        writer.key("startDate");
+        writer.number(block.startDate->seconds);
+    }
+    if (block.endDate) {
+        writer.key("endDate");
+        writer.number(block.endDate->seconds);
+    }
+    writer.key("blockType");
+    writer.string(block.blockType);
+    if (block.modifiedAt) {
+        writer.key("modifiedAt");
+        writer.number(block.modifiedAt->seconds);
+    }
+    writer.endObject();
+}
+
+std::optional<std::string> encodeBlock(const MacDayBlock& block) {
+    JsonWriter writer;
+    writeBlock(writer, block);
+    if (!writer.ok()) return std::nullopt;
+    return writer.take();
+}
+
+std::optional<std::string> encodeBlocks(const std::vector<MacDayBlock>& blocks) {
+    JsonWriter writer;
+    writer.text().reserve(blocks.size() * 260);
+    writer.beginArray();
+    for (const MacDayBlock& block : blocks) writeBlock(writer, block);
+    writer.endArray();
+    if (!writer.ok()) return std::nullopt;
+    return writer.take();
+}
+
+std::optional<MacDayBlock> decodeBlock(std::string_view json, std::string* error) {
+    return decode(json, error, [](element root) -> std::optional<MacDayBlock> { return readBlock(root); });
+}
+
+std::optional<std::vector<MacDayBlock>> decodeBlocks(std::string_view json, std::string* error) {
+    return decode(json, error, [](element root) -> std::optional<std::vector<MacDayBlock>> {
+        simdjson::dom::array array;
+        if (root.get_array().get(array)) throw Failure{"the top level is not a JSON array"};
+        std::vector<MacDayBlock> blocks;
+        blocks.reserve(array.size());
+        std::size_t index = 0;
+        for (element value : array) {
+            try {
+                blocks.push_back(readBlock(value));
+            } catch (const Failure& failure) {
+                throw Failure{"block " + std::to_string(index) + ": " + failure.reason};
+            }
+            ++index;
+        }
+        return blocks;
+    });
+}
+
+}  // namespace plenda

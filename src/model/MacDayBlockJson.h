@@ -1,0 +1,26 @@
+#pragma once
+
+#include "model/JsonWriter.h"
+#include "model/MacDayBlock.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace plenda {
+
+// The JSON object form of a block: the block file's element and the cloud
+// payload. Absent optionals are left out, never written as null.
+std::optional<std::string> encodeBlock(const MacDayBlock& block);
+std::optional<std::string> encodeBlocks(const std::vector<MacDayBlock>& blocks);
+void writeBlock(JsonWriter& writer, const MacDayBlock& block);
+
+// Strict decoding: required keys, exact JSON types, null as absent, unknown
+// keys ignored. A list decodes all or nothing. `error`, when given, receives
+// a one-line reason on failure.
+std::optional<MacDayBlock> decodeBlock(std::string_view json, std::string* error = nullptr);
+std::optional<std::vector<MacDayBlock>> decodeBlocks(std::string_view json,
+                                                     std::string* error = nullptr);
+
+}  // namespace plenda

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "model/Date.h"
+
+namespace plenda {
+
+class Clock {
+public:
+    virtual ~Clock() = default;
+    virtual Date now() const = 0;
+};
+
+}  // namespace plenda

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace plenda {
+
+struct FileRead {
+    enum class Status { ok, missing, failed };
+    Status status = Status::missing;
+    std::string bytes;
+    std::string error;  // why it failed, for diagnostics
+};
+
+// The file system as the program uses it. Everything it creates is readable
+// by the user alone (0700 folders, 0600 files).
+class Files {
+public:
+    virtual ~Files() = default;
+    // ~/Library/Application Support on macOS, ~/.local/share on Linux;
+    // nothing when the platform reports none.
+    virtual std::optional<std::string> applicationSupportDirectory() const = 0;
+    // Creates the folder and any missing parents; false on failure.
+    virtual bool createDirectories(const std::string& path) = 0;
+    virtual FileRead readFile(const std::string& path) const = 0;
+    // Writes into a temporary file that then replaces `path`, so a reader
+    // never sees half a file. Returns the reason on failure.
+    virtual std::optional<std::string> writeFileAtomically(const std::string& path,
+                                                           std::string_view bytes) = 0;
+    // Renames a file; false on failure.
+    virtual bool moveFile(const std::string& from, const std::string& to) = 0;
+};
+
+}  // namespace plenda

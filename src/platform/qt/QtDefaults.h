@@ -1,0 +1,38 @@
+#pragma once
+
+#include "platform/Defaults.h"
+
+#include <QSettings>
+
+#include <memory>
+#include <mutex>
+
+namespace plenda {
+
+// The user defaults through QSettings: the native store on macOS (the app's
+// standard user defaults); elsewhere a typed JSON file under ~/.config, so
+// that booleans, numbers, text, data, arrays and dictionaries come back as
+// the types they were stored as.
+class QtDefaults final : public Defaults {
+public:
+    explicit QtDefaults(std::unique_ptr<QSettings> settings);
+    // The current user's defaults for this application.
+    static std::unique_ptr<QtDefaults> forUser();
+
+    std::optional<DefaultsValue> object(std::string_view key) const override;
+    void set(std::string_view key, DefaultsValue value) override;
+    void remove(std::string_view key) override;
+    void synchronize();
+
+    // The JSON settings format used off macOS; exposed for tests.
+    static QSettings::Format typedJsonFormat();
+
+private:
+    mutable std::mutex mutex_;
+    std::unique_ptr<QSettings> settings_;
+};
+
+QVariant toVariant(const DefaultsValue& value);
+std::optional<DefaultsValue> fromVariant(const QVariant& variant);
+
+}  // namespace plenda

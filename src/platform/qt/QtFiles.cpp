@@ -1,0 +1,66 @@
+#include "platform/qt/QtFiles.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QStandardPaths>
+
+namespace plenda {
+
+namespace {
+
+QString qpath(const std::string& path) { return QString::fromStdString(path); }
+
+constexpr QFileDevice::Permissions userOnlyFile = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
+constexpr QFileDevice::Permissions userOnlyFolder =
+    QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner;
+
+}  // namespace
+
+std::optional<std::string> QtFiles::applicationSupportDirectory() const {
+    if (applicationSupport_) return applicationSupport_;
+    // ~/Library/Application Support on macOS, $XDG_DATA_HOME or ~/.local/share on Linux.
+    const QString location = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    if (location.isEmpty()) return std::nullopt;
+    return location.toStdString();
+}
+
+bool QtFiles::createDirectories(const std::string& path) {
+    const QString folder = qpath(path);
+    if (QFileInfo(folder).isDir()) return true;
+    if (!QDir().mkpath(folder)) return false;
+    QFile::setPermissions(folder, userOnlyFolder);
+    return true;
+}
+
+FileRead QtFiles::readFile(const std::string& path) const {
+    QFile file(qpath(path));
+    if (!file.exists()) return {FileRead::Status::missing, {}, {}};
+    if (!file.open(QIODevice::ReadOnly))
+        return {FileRead::Status::failed, {}, file.errorString().toStdString()};
+    const QByteArray bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError)
+        return {FileRead::Status::failed, {}, file.errorString().toStdString()};
+    return {FileRead::Status::ok, bytes.toStdString(), {}};
+}
+
+std::optional<std::string> QtFiles::writeFileAtomically(const std::string& path, std::string_view bytes) {
+    QSaveFile file(qpath(path));
+    if (!file.open(QIODevice::WriteOnly)) return file.errorString().toStdString();
+    file.setPermissions(userOnlyFile);
+    const qint64 size = static_cast<qint64>(bytes.size());
+    if (file.write(bytes.data(), size) != size) {
+        const std::string error = file.errorString().toStdString();
+        file.cancelWriting();
+        return error;
+    }
+    if (!file.commit()) return file.errorString().toStdString();
+    return std::nullopt;
+}
+
+bool QtFiles::moveFile(const std::string& from, const std::string& to) {
+    return QFile::rename(qpath(from), qpath(to));
+}
+
+}  // namespace plenda

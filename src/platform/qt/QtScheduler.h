@@ -1,0 +1,31 @@
+#pragma once
+
+#include "platform/Scheduler.h"
+
+#include <QObject>
+#include <QThread>
+
+namespace plenda {
+
+// Main-thread work on Qt's event loop (QTimer), background work on one
+// worker thread. Create and use on the main thread; `post` and
+// `runOnWorker` may be called from any thread.
+class QtScheduler final : public Scheduler {
+public:
+    QtScheduler();
+    ~QtScheduler() override;
+
+    void post(Task task) override;
+    TaskHandle after(double seconds, Task task) override;
+    TaskHandle repeating(double interval, double tolerance, Task task) override;
+    void runOnWorker(Task task) override;
+
+private:
+    TaskHandle startTimer(double seconds, double tolerance, bool repeat, Task task);
+
+    QObject mainContext_;
+    QThread workerThread_;
+    QObject* workerContext_;
+};
+
+}  // namespace plenda

@@ -1,0 +1,13 @@
+#include "platform/qt/SystemClock.h"
+
+#include <chrono>
+
+namespace plenda {
+
+Date SystemClock::now() const {
+    using namespace std::chrono;
+    const auto sinceEpoch = duration<double>(system_clock::now().time_since_epoch());
+    return Date::fromUnixSeconds(sinceEpoch.count());
+}
+
+}  // namespace plenda

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "platform/Clock.h"
+
+namespace plenda {
+
+class SystemClock final : public Clock {
+public:
+    Date now() const override;
+};
+
+}  // namespace plenda

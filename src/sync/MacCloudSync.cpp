@@ -1,0 +1,17 @@
+#include "sync/MacCloudSync.h"
+
+namespace plenda {
+
+void MacCloudSync::markBlocksDirty(const std::vector<MacDayBlock>& blocks) {
+    std::vector<Uuid> ids;
+    ids.reserve(blocks.size());
+    for (const MacDayBlock& block : blocks) ids.push_back(block.id);
+    state_.markDirty(ids);
+}
+
+bool MacCloudSync::hasPendingChanges() const {
+    return !state_.readIDs(state_.dirtyKey()).empty() ||
+           !state_.readIDs(state_.pendingDeleteKey()).empty();
+}
+
+}  // namespace plenda

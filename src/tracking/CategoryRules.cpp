@@ -1,0 +1,85 @@
+#include "tracking/CategoryRules.h"
+
+#include "model/Text.h"
+#include "platform/Defaults.h"
+
+#include <map>
+
+namespace plenda {
+
+namespace {
+
+// The overrides as a title -> raw value map; a value that is not text makes
+// the whole dictionary count as empty.
+std::map<std::string, std::string> readOverrides(const Defaults& defaults) {
+    std::map<std::string, std::string> overrides;
+    const auto stored = defaults.dictionary(categoryOverridesKey);
+    if (!stored) return overrides;
+    for (const auto& [key, value] : *stored) {
+        const auto* text = std::get_if<std::string>(&value.value);
+        if (!text) return {};
+        overrides.emplace(key, *text);
+    }
+    return overrides;
+}
+
+}  // namespace
+
+const std::vector<CategoryKeywordRow>& categoryKeywordTable() {
+    using C = MacBlockCategory;
+    static const std::vector<CategoryKeywordRow> table = {
+        {C::work,
+         {"xcode", "cursor", "terminal", "code", "figma", "slack", "notion", "mail", "calendar",
+          "github", "zoom", "teams", "udemy", "coursera", "edx", "pluralsight", "stackoverflow",
+          "stackexchange", "gitlab", "bitbucket", "atlassian", "jira", "confluence",
+          "appstoreconnect", "asana", "trello", "vercel", "chatgpt",
+          // Hosts: issue tracker, office-suite documents, drive and sheets,
+          // the platform maker's developer portal, the design tool, an AI assistant.
+          "linear.app", "docs.google", "drive.google", "sheets.google", "developer.apple",
+          "figma.com", "claude.ai"}},
+        {C::social,
+         {"messages", "whatsapp", "telegram", "discord", "facetime", "instagram", "facebook",
+          "twitter", "linkedin", "reddit", "bsky", "mastodon",
+          // The host follows a blank in the key text; the blank keeps hosts
+          // that merely end in these letters (netflix.com, dropbox.com) out.
+          " x.com"}},
+        {C::entertainment,
+         {"youtube", "netflix", "spotify", "music", "tv", "steam", "game", "twitch", "disneyplus",
+          "primevideo", "hulu", "9gag", "tiktok"}},
+        {C::mind,
+         {"books", "kindle", "safari", "wikipedia", "readwise", "substack", "goodreads", "arxiv",
+          "nytimes", "theguardian",
+          // Hosts: a blogging platform, a public broadcaster.
+          "medium.com", "bbc."}},
+        {C::selfCare, {"headspace", "calm", "day one"}},
+        {C::body, {"fitness", "strava"}},
+        {C::chores, {"amazon", "shopping", "trendyol", "hepsiburada", "getir", "yemeksepeti"}},
+    };
+    return table;
+}
+
+std::optional<MacBlockCategory> categoryOverride(const Defaults& defaults, std::string_view title) {
+    const auto overrides = readOverrides(defaults);
+    const auto found = overrides.find(lowercased(title));
+    if (found == overrides.end()) return std::nullopt;
+    return categoryFromRawValue(found->second);
+}
+
+void setCategoryOverride(Defaults& defaults, std::string_view title, MacBlockCategory category) {
+    DefaultsValue::Dictionary dictionary;
+    for (auto& [key, value] : readOverrides(defaults)) dictionary.emplace(key, value);
+    dictionary.insert_or_assign(lowercased(title), std::string(rawValue(category)));
+    defaults.set(categoryOverridesKey, std::move(dictionary));
+}
+
+MacBlockCategory classifyCategory(std::string_view text, bool hasHost) {
+    const std::string lower = lowercased(text);
+    for (const CategoryKeywordRow& row : categoryKeywordTable()) {
+        for (std::string_view keyword : row.keywords) {
+            if (lower.find(keyword) != std::string::npos) return row.category;
+        }
+    }
+    return hasHost ? MacBlockCategory::mind : MacBlockCategory::entertainment;
+}
+
+}  // namespace plenda

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "model/MacBlockCategory.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace plenda {
+
+class Defaults;
+
+struct CategoryKeywordRow {
+    MacBlockCategory category;
+    std::vector<std::string_view> keywords;
+};
+
+// Seven rows, consulted in order; the first keyword found in the text wins.
+const std::vector<CategoryKeywordRow>& categoryKeywordTable();
+
+inline constexpr std::string_view categoryOverridesKey = "categoryOverrides";
+
+// The category the user chose for sessions with this title, if any.
+std::optional<MacBlockCategory> categoryOverride(const Defaults& defaults, std::string_view title);
+// Remembers the user's choice for every later session with this title (case-insensitive).
+void setCategoryOverride(Defaults& defaults, std::string_view title, MacBlockCategory category);
+
+// Keyword classification of "label host bundleId"; without a keyword hit a
+// session with a web host is reading (mind), anything else entertainment.
+MacBlockCategory classifyCategory(std::string_view text, bool hasHost);
+
+}  // namespace plenda

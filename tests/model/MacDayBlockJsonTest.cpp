@@ -1,0 +1,144 @@
+#include "model/MacDayBlockJson.h"
+
+#include <gtest/gtest.h>
+#include <simdjson.h>
+
+namespace plenda {
+namespace {
+
+const char* const validId = "E621E1F8-C36C-495A-93FC-0C247A3E6E5F";
+
+MacDayBlock fullBlock() {
+    return MacDayBlock{*Uuid::parse(validId), "Xcode", MacBlockCategory::selfCare, 28.5,
+                       "Logged automatically on Mac", Date(700000000.123456), Date(700000000.123456),
+                       Date(700001710.5), "tracked", Date(700001711.000001)};
+}
+
+std::size_t keyCount(const std::string& json) {
+    simdjson::dom::parser parser;
+    return simdjson::dom::object(parser.parse(json)).size();
+}
+
+TEST(BlockJson, MinimalBlockHasExactlySixKeys) {
+    MacDayBlock block = fullBlock();
+    block.note.reset();
+    block.startDate.reset();
+    block.endDate.reset();
+    block.modifiedAt.reset();
+    const auto json = encodeBlock(block);
+    ASSERT_TRUE(json);
+    EXPECT_EQ(keyCount(*json), 6u);
+    EXPECT_EQ(json->find("null"), std::string::npos);
+    EXPECT_EQ(decodeBlock(*json), block);
+}
+
+TEST(BlockJson, RoundTripKeepsEveryDoubleToTheBit) {
+    MacDayBlock block = fullBlock();
+    block.weight = 0.1 + 0.2;
+    block.createdAt = Date(123456789.98765432);
+    block.title = "He said \"hi\"\\\n\t\x01 \xE2\x80\x94 caf\xC3\xA9";
+    const auto json = encodeBlock(block);
+    ASSERT_TRUE(json);
+    EXPECT_EQ(json->find('\n'), std::string::npos);
+    EXPECT_EQ(decodeBlock(*json), block);
+    EXPECT_NE(json->find("\"category\":\"self\""), std::string::npos);
+}
+
+TEST(BlockJson, NonFiniteNumbersCannotBeEncoded) {
+    MacDayBlock block = fullBlock();
+    block.weight = std::numeric_limits<double>::infinity();
+    EXPECT_FALSE(encodeBlock(block));
+    EXPECT_FALSE(encodeBlocks({fullBlock(), block}));
+}
+
+struct DecodeCase {
+    const char* name;
+    std::string json;
+    bool decodes;
+};
+
+std::string object(const std::string& extra, const std::string& skip = "") {
+    std::string fields[][2] = {{"id", std::string("\"") + validId + "\""},
+                               {"title", "\"Xcode\""},
+                               {"category", "\"work\""},
+                               {"weight", "12.5"},
+                               {"createdAt", "700000000"},
+                               {"blockType", "\"tracked\""}};
+    std::string json = "{";
+    for (auto& [key, value] : fields) {
+        if (key == skip) continue;
+        json += "\"" + key + "\":" + value + ",";
+    }
+    json += extra;
+    if (json.back() == ',') json.pop_back();
+    return json + "}";
+}
+
+class BlockDecoding : public ::testing::TestWithParam<DecodeCase> {};
+
+TEST_P(BlockDecoding, FollowsTheStrictRules) {
+    EXPECT_EQ(decodeBlock(GetParam().json).has_value(), GetParam().decodes) << GetParam().json;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, BlockDecoding,
+    ::testing::Values(
+        DecodeCase{"minimal", object(""), true},
+        DecodeCase{"extraKeyIgnored", object("\"colour\":\"red\""), true},
+        DecodeCase{"nullOptionals", object("\"startDate\":null,\"note\":null,\"endDate\":null,\"modifiedAt\":null"), true},
+        DecodeCase{"lowerCaseId", object("", "id") .insert(1, "\"id\":\"e621e1f8-c36c-495a-93fc-0c247a3e6e5f\","), true},
+        DecodeCase{"missingBlockType", object("", "blockType"), false},
+        DecodeCase{"missingWeight", object("", "weight"), false},
+        DecodeCase{"missingId", object("", "id"), false},
+        DecodeCase{"missingCreatedAt", object("", "createdAt"), false},
+        DecodeCase{"nullTitle", object("", "title").insert(1, "\"title\":null,"), false},
+        DecodeCase{"weightAsString", object("", "weight").insert(1, "\"weight\":\"12\","), false},
+        DecodeCase{"dateAsString", object("\"startDate\":\"2023-01-01\""), false},
+        DecodeCase{"noteAsNumber", object("\"note\":5"), false},
+        DecodeCase{"badId", object("", "id").insert(1, "\"id\":\"not-a-uuid\","), false},
+        DecodeCase{"categoryCaseName", object("", "category").insert(1, "\"category\":\"selfCare\","), false},
+        DecodeCase{"categoryCapitalised", object("", "category").insert(1, "\"category\":\"Self\","), false},
+        DecodeCase{"keyCaseMatters", object("", "title").insert(1, "\"Title\":\"Xcode\","), false},
+        DecodeCase{"notAnObject", "[1,2]", false},
+        DecodeCase{"truncated", object("").substr(0, 40), false},
+        DecodeCase{"empty", "", false}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(BlockJson, SelfDecodesToSelfCareAndIntegersAreDates) {
+    const auto block = decodeBlock(object("", "category").insert(1, "\"category\":\"self\","));
+    ASSERT_TRUE(block);
+    EXPECT_EQ(block->category, MacBlockCategory::selfCare);
+    EXPECT_EQ(block->createdAt, Date(700000000));
+    EXPECT_EQ(isoUtcText(block->createdAt), "2023-03-08T20:26:40Z");
+    EXPECT_FALSE(block->startDate);
+}
+
+TEST(BlockJson, ListsDecodeAllOrNothing) {
+    const std::string good = object(""), bad = object("", "weight");
+    EXPECT_EQ(decodeBlocks("[" + good + "," + good + "]")->size(), 2u);
+    EXPECT_EQ(decodeBlocks("[]")->size(), 0u);
+    std::string error;
+    EXPECT_FALSE(decodeBlocks("[" + good + "," + bad + "]", &error));
+    EXPECT_NE(error.find("block 1"), std::string::npos) << error;
+    EXPECT_FALSE(decodeBlocks(good));
+}
+
+TEST(BlockJson, EqualityCoversEveryFieldButIdentityIsTheId) {
+    const MacDayBlock a = fullBlock();
+    MacDayBlock b = a;
+    b.modifiedAt = Date(1);
+    EXPECT_NE(a, b);
+    EXPECT_EQ(a.id, b.id);
+    b = a;
+    b.note.reset();
+    EXPECT_NE(a, b);
+}
+
+TEST(BlockJson, DecodedTitlesAreComposed) {
+    const auto block = decodeBlock(object("", "title").insert(1, "\"title\":\"Cafe\xCC\x81\","));
+    ASSERT_TRUE(block);
+    EXPECT_EQ(block->title, "Caf\xC3\xA9");
+}
+
+}  // namespace
+}  // namespace plenda

@@ -1,0 +1,66 @@
+#include "fakes/StoreFixture.h"
+#include "platform/IcuCalendar.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+namespace plenda {
+namespace {
+
+struct DayCase {
+    const char* zone;
+    int year, month, day;
+    double hours;  // length of that calendar day
+};
+
+class CalendarDays : public ::testing::TestWithParam<DayCase> {};
+
+TEST_P(CalendarDays, StartOfDayAndAddingDaysFollowTheZone) {
+    const DayCase& c = GetParam();
+    const IcuCalendar calendar(c.zone);
+    const Date noon = localDate(c.zone, c.year, c.month, c.day, 12);
+    const Date start = calendar.startOfDay(noon);
+    EXPECT_EQ(start, localDate(c.zone, c.year, c.month, c.day));
+    const DayRange range = dayRange(calendar, noon);
+    EXPECT_DOUBLE_EQ((range.end - range.start) / 3600, c.hours);
+    EXPECT_TRUE(calendar.isSameDay(noon, range.end - 0.001));
+    EXPECT_FALSE(calendar.isSameDay(noon, range.end));
+    // A day later keeps the wall-clock time even when the day is 23 or 25 hours long.
+    EXPECT_EQ(calendar.addingDays(1, noon), localDate(c.zone, c.year, c.month, c.day + 1, 12));
+    EXPECT_EQ(calendar.addingDays(-1, noon + 0.25), localDate(c.zone, c.year, c.month, c.day - 1, 12) + 0.25);
+    const LocalTime local = calendar.localTime(noon + 90.5);
+    EXPECT_EQ(local.day, c.day);
+    EXPECT_EQ(local.hour, 12);
+    EXPECT_EQ(local.minute, 1);
+    EXPECT_DOUBLE_EQ(local.second, 30.5);
+}
+
+INSTANTIATE_TEST_SUITE_P(Zones, CalendarDays,
+                         ::testing::Values(DayCase{"Europe/Berlin", 2023, 3, 8, 24},
+                                           DayCase{"Europe/Berlin", 2023, 3, 26, 23},
+                                           DayCase{"Europe/Berlin", 2023, 10, 29, 25},
+                                           DayCase{"America/New_York", 2023, 3, 12, 23},
+                                           DayCase{"America/New_York", 2023, 11, 5, 25},
+                                           DayCase{"Asia/Kolkata", 2023, 6, 1, 24}));
+
+TEST(CalendarZones, MidnightThatDoesNotExistStartsTheDayAtTheFirstValidMoment) {
+    // São Paulo skipped midnight on 4 November 2018: the day began at 01:00.
+    const IcuCalendar calendar("America/Sao_Paulo");
+    const Date noon = localDate("America/Sao_Paulo", 2018, 11, 4, 12);
+    EXPECT_EQ(noon - calendar.startOfDay(noon), 11 * 3600.0);
+}
+
+TEST(CalendarZones, TheUsersZoneIsReadAtEachUse) {
+    const IcuCalendar calendar;
+    const Date instant = localDate("UTC", 2023, 3, 8, 23, 30);
+    const char* saved = std::getenv("TZ");
+    setenv("TZ", "UTC", 1);
+    EXPECT_TRUE(calendar.isSameDay(instant, localDate("UTC", 2023, 3, 8, 1)));
+    setenv("TZ", "Asia/Tokyo", 1);
+    EXPECT_FALSE(calendar.isSameDay(instant, localDate("UTC", 2023, 3, 8, 1)));
+    if (saved) setenv("TZ", saved, 1); else unsetenv("TZ");
+}
+
+}  // namespace
+}  // namespace plenda
