@@ -54,7 +54,7 @@ void MacActivityStore::loadBlocks() {
         const FileRead file = files_.readFile(path);
         if (file.status == FileRead::Status::ok) {
             std::string reason;
-            if (auto decoded = decodeBlocks(file.bytes, &reason)) {
+            if (auto decoded = decodeBlocks(file.bytes, file.bytes.capacity(), &reason)) {
                 blocks_ = std::move(*decoded);
                 return;
             }

@@ -24,7 +24,8 @@ void MacActivityStore::recordSession(const std::string& title, MacBlockCategory 
     // on a tie the first in the list.
     MacDayBlock* best = nullptr;
     for (MacDayBlock& block : blocks_) {
-        if (block.title != title || block.category != category || block.effectiveEnd() > start)
+        // Cheapest test first: the store scans every block of every day here.
+        if (block.category != category || block.effectiveEnd() > start || block.title != title)
             continue;
         if (!best || block.effectiveEnd() > best->effectiveEnd()) best = &block;
     }

@@ -15,11 +15,18 @@ struct Failure {
     std::string reason;
 };
 
-std::optional<std::string> optionalString(element value, std::string_view name) {
+// The raw text of a string value; nothing for null.
+std::optional<std::string_view> optionalText(element value, std::string_view name) {
     if (value.is_null()) return std::nullopt;
     std::string_view text;
     if (value.get_string().get(text)) throw Failure{"\"" + std::string(name) + "\" is not a string"};
-    return nfc(text);
+    return text;
+}
+
+std::optional<std::string> optionalString(element value, std::string_view name) {
+    const auto text = optionalText(value, name);
+    if (!text) return std::nullopt;
+    return nfc(*text);
 }
 
 std::optional<Date> optionalDate(element value, std::string_view name) {
@@ -43,17 +50,16 @@ MacDayBlock readBlock(element value) {
     for (auto field : object) {
         const std::string_view key = field.key;
         if (key == "id") {
-            auto text = optionalString(field.value, key);
+            const auto text = optionalText(field.value, key);
             if (!text) throw Failure{"\"id\" is null"};
             id = Uuid::parse(*text);
-            if (!id) throw Failure{"\"id\" is not a UUID: " + *text};
+            if (!id) throw Failure{"\"id\" is not a UUID: " + std::string(*text)};
         } else if (key == "title") {
             title = optionalString(field.value, key);
         } else if (key == "category") {
-            auto text = optionalString(field.value, key);
-            if (text) {
+            if (const auto text = optionalText(field.value, key)) {
                 category = categoryFromRawValue(*text);
-                if (!category) throw Failure{"unknown category \"" + *text + "\""};
+                if (!category) throw Failure{"unknown category \"" + std::string(*text) + "\""};
             }
         } else if (key == "weight") {
             double minutes;
@@ -88,12 +94,24 @@ MacDayBlock readBlock(element value) {
                        *createdAt, startDate,         endDate,   std::move(*blockType), modifiedAt};
 }
 
+// One parser per thread keeps its buffers between documents.
+simdjson::dom::parser& threadParser() {
+    thread_local simdjson::dom::parser parser;
+    return parser;
+}
+
+simdjson::simdjson_result<element> parse(std::string_view json, std::size_t capacity) {
+    // Parse in place when the buffer has the parser's padding after the end.
+    if (capacity >= json.size() + simdjson::SIMDJSON_PADDING)
+        return threadParser().parse(json.data(), json.size(), false);
+    return threadParser().parse(simdjson::padded_string(json));
+}
+
 template <typename Read>
-auto decode(std::string_view json, std::string* error, Read read) -> decltype(read(element{})) {
-    simdjson::dom::parser parser;
-    const simdjson::padded_string padded(json);
+auto decode(std::string_view json, std::size_t capacity, std::string* error, Read read)
+    -> decltype(read(element{})) {
     element root;
-    if (const auto code = parser.parse(padded).get(root)) {
+    if (const auto code = parse(json, capacity).get(root)) {
         if (error) *error = std::string("not valid JSON: ") + simdjson::error_message(code);
         return std::nullopt;
     }
@@ -158,11 +176,16 @@ std::optional<std::string> encodeBlocks(const std::vector<MacDayBlock>& blocks) 
 }
 
 std::optional<MacDayBlock> decodeBlock(std::string_view json, std::string* error) {
-    return decode(json, error, [](element root) -> std::optional<MacDayBlock> { return readBlock(root); });
+    return decode(json, 0, error, [](element root) -> std::optional<MacDayBlock> { return readBlock(root); });
 }
 
 std::optional<std::vector<MacDayBlock>> decodeBlocks(std::string_view json, std::string* error) {
-    return decode(json, error, [](element root) -> std::optional<std::vector<MacDayBlock>> {
+    return decodeBlocks(json, 0, error);
+}
+
+std::optional<std::vector<MacDayBlock>> decodeBlocks(std::string_view json, std::size_t capacity,
+                                                     std::string* error) {
+    return decode(json, capacity, error, [](element root) -> std::optional<std::vector<MacDayBlock>> {
         simdjson::dom::array array;
         if (root.get_array().get(array)) throw Failure{"the top level is not a JSON array"};
         std::vector<MacDayBlock> blocks;

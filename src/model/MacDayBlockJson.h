@@ -22,5 +22,9 @@ void writeBlock(JsonWriter& writer, const MacDayBlock& block);
 std::optional<MacDayBlock> decodeBlock(std::string_view json, std::string* error = nullptr);
 std::optional<std::vector<MacDayBlock>> decodeBlocks(std::string_view json,
                                                      std::string* error = nullptr);
+// Parses in place when the buffer holding `json` has room after its end
+// (`capacity` counts from its start; see FileRead).
+std::optional<std::vector<MacDayBlock>> decodeBlocks(std::string_view json, std::size_t capacity,
+                                                     std::string* error);
 
 }  // namespace plenda

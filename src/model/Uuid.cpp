@@ -6,32 +6,32 @@ namespace plenda {
 
 namespace {
 
-int hexValue(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
-}
+constexpr std::array<signed char, 256> hexValues = [] {
+    std::array<signed char, 256> values{};
+    values.fill(-1);
+    for (int c = '0'; c <= '9'; ++c) values[static_cast<std::size_t>(c)] = static_cast<signed char>(c - '0');
+    for (int c = 'a'; c <= 'f'; ++c) values[static_cast<std::size_t>(c)] = static_cast<signed char>(c - 'a' + 10);
+    for (int c = 'A'; c <= 'F'; ++c) values[static_cast<std::size_t>(c)] = static_cast<signed char>(c - 'A' + 10);
+    return values;
+}();
 
-bool isHyphenPosition(std::size_t i) { return i == 8 || i == 13 || i == 18 || i == 23; }
+int hexValue(char c) { return hexValues[static_cast<unsigned char>(c)]; }
+
+// Where each byte's two digits start in the 36-character text.
+constexpr std::array<std::size_t, 16> digitPositions = {0,  2,  4,  6,  9,  11, 14, 16,
+                                                        19, 21, 24, 26, 28, 30, 32, 34};
 
 }  // namespace
 
 std::optional<Uuid> Uuid::parse(std::string_view text) {
-    if (text.size() != 36) return std::nullopt;
+    if (text.size() != 36 || text[8] != '-' || text[13] != '-' || text[18] != '-' || text[23] != '-')
+        return std::nullopt;
     std::array<std::uint8_t, 16> bytes{};
-    std::size_t byte = 0;
-    for (std::size_t i = 0; i < text.size();) {
-        if (isHyphenPosition(i)) {
-            if (text[i] != '-') return std::nullopt;
-            ++i;
-            continue;
-        }
-        const int high = hexValue(text[i]);
-        const int low = hexValue(text[i + 1]);
-        if (high < 0 || low < 0 || isHyphenPosition(i + 1)) return std::nullopt;
-        bytes[byte++] = static_cast<std::uint8_t>(high * 16 + low);
-        i += 2;
+    for (std::size_t byte = 0; byte < 16; ++byte) {
+        const int high = hexValue(text[digitPositions[byte]]);
+        const int low = hexValue(text[digitPositions[byte] + 1]);
+        if ((high | low) < 0) return std::nullopt;
+        bytes[byte] = static_cast<std::uint8_t>(high * 16 + low);
     }
     return Uuid(bytes);
 }

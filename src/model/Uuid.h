@@ -3,6 +3,7 @@
 #include <array>
 #include <compare>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <optional>
 #include <string>
@@ -25,6 +26,10 @@ public:
     const std::array<std::uint8_t, 16>& bytes() const { return bytes_; }
 
     auto operator<=>(const Uuid&) const = default;
+    // Fixed-size compare: cheap enough to scan every block by id.
+    bool operator==(const Uuid& other) const {
+        return std::memcmp(bytes_.data(), other.bytes_.data(), 16) == 0;
+    }
 
 private:
     std::array<std::uint8_t, 16> bytes_{};

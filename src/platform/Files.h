@@ -8,6 +8,8 @@ namespace plenda {
 
 struct FileRead {
     enum class Status { ok, missing, failed };
+    // Readers leave this much unused capacity after the bytes when they can.
+    static constexpr std::size_t spareCapacity = 64;
     Status status = Status::missing;
     std::string bytes;
     std::string error;  // why it failed, for diagnostics

@@ -142,3 +142,25 @@ TEST(BlockJson, DecodedTitlesAreComposed) {
 
 }  // namespace
 }  // namespace plenda
+
+namespace plenda {
+namespace {
+
+TEST(BlockJsonInPlace, ABufferWithRoomAfterTheEndIsParsedWhereItIs) {
+    std::string json = "[" + *encodeBlock(fullBlock()) + "]";
+    std::string roomy;
+    roomy.reserve(json.size() + 64);
+    roomy = json;
+    ASSERT_GE(roomy.capacity(), roomy.size() + 64);
+    const auto inPlace = decodeBlocks(roomy, roomy.capacity(), nullptr);
+    ASSERT_TRUE(inPlace);
+    EXPECT_EQ(*inPlace, std::vector{fullBlock()});
+    // A short capacity falls back to a padded copy.
+    EXPECT_EQ(decodeBlocks(json, json.size(), nullptr), inPlace);
+    std::string error;
+    EXPECT_FALSE(decodeBlocks(std::string_view(roomy).substr(0, 10), roomy.capacity(), &error));
+    EXPECT_FALSE(error.empty());
+}
+
+}  // namespace
+}  // namespace plenda

@@ -39,10 +39,21 @@ FileRead QtFiles::readFile(const std::string& path) const {
     if (!file.exists()) return {FileRead::Status::missing, {}, {}};
     if (!file.open(QIODevice::ReadOnly))
         return {FileRead::Status::failed, {}, file.errorString().toStdString()};
-    const QByteArray bytes = file.readAll();
-    if (file.error() != QFileDevice::NoError)
+    // Read straight into the result, with spare room after the end so a
+    // JSON parser can work on the bytes in place.
+    FileRead result{FileRead::Status::ok, {}, {}};
+    const qint64 size = file.size();
+    result.bytes.reserve(static_cast<std::size_t>(size) + FileRead::spareCapacity);
+    result.bytes.resize(static_cast<std::size_t>(size));
+    qint64 done = 0;
+    while (done < size) {
+        const qint64 read = file.read(result.bytes.data() + done, size - done);
+        if (read <= 0) break;
+        done += read;
+    }
+    if (done != size || file.error() != QFileDevice::NoError)
         return {FileRead::Status::failed, {}, file.errorString().toStdString()};
-    return {FileRead::Status::ok, bytes.toStdString(), {}};
+    return result;
 }
 
 std::optional<std::string> QtFiles::writeFileAtomically(const std::string& path, std::string_view bytes) {

@@ -1,0 +1,56 @@
+// Runs the benchmarks and prints the figures that have targets as ratios
+// and limits, so one run shows whether each target is met.
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <map>
+#include <string>
+
+namespace {
+
+class TargetReporter : public benchmark::ConsoleReporter {
+public:
+    void ReportRuns(const std::vector<Run>& runs) override {
+        ConsoleReporter::ReportRuns(runs);
+        for (const Run& run : runs) {
+            if (run.run_type != Run::RT_Iteration || run.iterations == 0) continue;
+            seconds_[run.benchmark_name()] = run.GetAdjustedRealTime() /
+                                             benchmark::GetTimeUnitMultiplier(run.time_unit);
+        }
+    }
+
+    void Finalize() override {
+        ConsoleReporter::Finalize();
+        std::printf("\nTargets\n");
+        ratio("loadBlockFile", "rawRead", 10);
+        ratio("saveBlockFile", "rawWrite", 10);
+        limit("blocksOnDayAndTodayMinutes", 0.001);
+        limit("recordSession", 0.001);
+    }
+
+private:
+    void ratio(const std::string& measured, const std::string& baseline, double target) {
+        if (!seconds_.contains(measured) || !seconds_.contains(baseline)) return;
+        const double value = seconds_[measured] / seconds_[baseline];
+        std::printf("  %-28s %6.1f x %-10s (target < %g x)  %s\n", measured.c_str(), value, baseline.c_str(),
+                    target, value < target ? "met" : "NOT MET");
+    }
+    void limit(const std::string& measured, double seconds) {
+        if (!seconds_.contains(measured)) return;
+        const double value = seconds_[measured];
+        std::printf("  %-28s %8.3f ms            (target < %g ms)  %s\n", measured.c_str(), value * 1e3,
+                    seconds * 1e3, value < seconds ? "met" : "NOT MET");
+    }
+
+    std::map<std::string, double> seconds_;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+    TargetReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::Shutdown();
+    return 0;
+}
