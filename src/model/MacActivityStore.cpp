@@ -55,7 +55,7 @@ void MacActivityStore::loadBlocks() {
         if (file.status == FileRead::Status::ok) {
             std::string reason;
             if (auto decoded = decodeBlocks(file.bytes, file.bytes.capacity(), &reason)) {
-                blocks_ = std::move(*decoded);
+                blocks_.replace(std::move(*decoded));
                 return;
             }
             keepUnreadableFile(path, file.bytes, reason);
@@ -68,7 +68,7 @@ void MacActivityStore::loadBlocks() {
     if (!fallback) return;
     auto decoded = decodeBlocks(fallback->bytes);
     if (!decoded) return;
-    blocks_ = std::move(*decoded);
+    blocks_.replace(std::move(*decoded));
     // The key goes only once its blocks are safely in the file.
     if (saveNow()) defaults_.remove(storageKey);
 }
@@ -96,7 +96,7 @@ bool MacActivityStore::saveNow() {
         writeWorkItem_->cancel();
         writeWorkItem_.reset();
     }
-    const auto bytes = encodeBlocks(blocks_);
+    const auto bytes = encodeBlocks(blocks_.all());
     const std::string& path = blocksFilePath();
     if (!bytes || path.empty()) return false;
     return !files_.writeFileAtomically(path, *bytes).has_value();
@@ -119,7 +119,7 @@ void MacActivityStore::splitMidnightSpanningBlocks() {
     result.reserve(blocks_.size());
     const Date now = clock_.now();
 
-    for (const MacDayBlock& block : blocks_) {
+    for (const MacDayBlock& block : blocks_.all()) {
         if (!block.startDate || !block.endDate || *block.endDate <= *block.startDate ||
             calendar_.isSameDay(*block.startDate, *block.endDate)) {
             result.push_back(block);
@@ -156,7 +156,7 @@ void MacActivityStore::splitMidnightSpanningBlocks() {
     std::stable_sort(result.begin(), result.end(), [](const MacDayBlock& a, const MacDayBlock& b) {
         return a.effectiveStart() < b.effectiveStart();
     });
-    blocks_ = std::move(result);
+    blocks_.replace(std::move(result));
     saveNow();
     if (!cloudSyncDisabled_) cloud_.markBlocksDirty(changed);
 }

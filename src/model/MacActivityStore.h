@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/BlockList.h"
 #include "model/MacDayBlock.h"
 #include "model/Observers.h"
 #include "platform/Scheduler.h"
@@ -47,7 +48,7 @@ public:
     MacActivityStore(const MacActivityStore&) = delete;
     MacActivityStore& operator=(const MacActivityStore&) = delete;
 
-    const std::vector<MacDayBlock>& blocks() const { return blocks_; }
+    const std::vector<MacDayBlock>& blocks() const { return blocks_.all(); }
     const std::string& syncMessage() const { return syncMessage_; }
     Date selectedDate() const { return selectedDate_; }
     bool cloudSyncDisabled() const { return cloudSyncDisabled_; }
@@ -94,6 +95,7 @@ private:
     void startUpload(std::vector<MacDayBlock> blocks, std::function<void()> finished = {});
     void markDirtyAndUpload(const std::vector<MacDayBlock>& changed);
     double mergeGapLimit() const;
+    double minutesOn(Date date) const;
 
     Clock& clock_;
     Scheduler& scheduler_;
@@ -104,7 +106,7 @@ private:
     std::function<Uuid()> makeUuid_;
     std::ostream& output_;
 
-    std::vector<MacDayBlock> blocks_;
+    BlockList blocks_;
     std::string syncMessage_;
     Date selectedDate_;
     std::optional<TaskHandle> writeWorkItem_;

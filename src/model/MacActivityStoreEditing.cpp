@@ -20,22 +20,26 @@ double MacActivityStore::mergeGapLimit() const {
 
 void MacActivityStore::recordSession(const std::string& title, MacBlockCategory category, Date start,
                                      Date end, std::optional<std::string> note) {
-    // The latest block of this activity that ended by the session's start;
-    // on a tie the first in the list.
-    MacDayBlock* best = nullptr;
-    for (MacDayBlock& block : blocks_) {
-        // Cheapest test first: the store scans every block of every day here.
-        if (block.category != category || block.effectiveEnd() > start || block.title != title)
-            continue;
-        if (!best || block.effectiveEnd() > best->effectiveEnd()) best = &block;
+    // The block to extend is the latest of this activity that ended by the
+    // session's start (the first in the list on a tie). Only one that ended
+    // within the merge gap can qualify, so only those are looked at.
+    const double limit = mergeGapLimit();
+    std::optional<std::size_t> best;
+    for (std::size_t i : blocks_.endingWithin(start - limit, start)) {
+        const MacDayBlock& block = blocks_[i];
+        if (block.category != category || block.title != title) continue;
+        if (!best || block.effectiveEnd() > blocks_[*best].effectiveEnd()) best = i;
     }
 
-    if (best && best->endDate && start - *best->endDate <= mergeGapLimit() &&
-        calendar_.isSameDay(*best->endDate, start)) {
-        best->endDate = std::max(end, *best->endDate);
-        best->weight += std::max(0.0, (end - start) / 60.0);
-        best->modifiedAt = clock_.now();
-        const MacDayBlock merged = *best;
+    if (best && blocks_[*best].endDate && start - *blocks_[*best].endDate <= limit &&
+        calendar_.isSameDay(*blocks_[*best].endDate, start)) {
+        const Date now = clock_.now();
+        blocks_.update(*best, [&](MacDayBlock& block) {
+            block.endDate = std::max(end, *block.endDate);
+            block.weight += std::max(0.0, (end - start) / 60.0);
+            block.modifiedAt = now;
+        });
+        const MacDayBlock merged = blocks_[*best];
         scheduleSave();
         publish();
         markDirtyAndUpload({merged});
@@ -57,8 +61,8 @@ void MacActivityStore::recordSession(const std::string& title, MacBlockCategory 
 }
 
 void MacActivityStore::upsert(MacDayBlock block) {
-    std::erase_if(blocks_, [&](const MacDayBlock& existing) { return existing.id == block.id; });
-    blocks_.push_back(block);
+    blocks_.eraseIf([&](const MacDayBlock& existing) { return existing.id == block.id; });
+    blocks_.append(block);
     scheduleSave();
     if (cloudSyncDisabled_) {
         syncMessage_ = strings_.text("mac.sync.testmode");
@@ -77,42 +81,25 @@ void MacActivityStore::upsert(MacDayBlock block) {
 std::vector<MacDayBlock> MacActivityStore::blocksOnDay(Date date) const {
     const DayRange day = dayRange(calendar_, date);
     std::vector<MacDayBlock> result;
-    for (const MacDayBlock& block : blocks_) {
-        if (day.contains(block.effectiveStart())) result.push_back(block);
-    }
+    for (std::size_t i : blocks_.startingWithin(day.start, day.end)) result.push_back(blocks_[i]);
     std::stable_sort(result.begin(), result.end(), [](const MacDayBlock& a, const MacDayBlock& b) {
         return a.effectiveStart() > b.effectiveStart();
     });
     return result;
 }
 
-namespace {
-
-double sumOfWeights(const std::vector<MacDayBlock>& blocks, const DayRange& day) {
+double MacActivityStore::minutesOn(Date date) const {
+    const DayRange day = dayRange(calendar_, date);
     double minutes = 0;
-    for (const MacDayBlock& block : blocks) {
-        if (day.contains(block.effectiveStart())) minutes += block.weight;
-    }
+    for (std::size_t i : blocks_.startingWithin(day.start, day.end)) minutes += blocks_[i].weight;
     return minutes;
 }
 
-}  // namespace
+double MacActivityStore::todayMinutes() const { return minutesOn(clock_.now()); }
 
-double MacActivityStore::todayMinutes() const {
-    return sumOfWeights(blocks_, dayRange(calendar_, clock_.now()));
-}
+double MacActivityStore::selectedDayMinutes() const { return minutesOn(selectedDate_); }
 
-double MacActivityStore::selectedDayMinutes() const {
-    return sumOfWeights(blocks_, dayRange(calendar_, selectedDate_));
-}
-
-std::optional<Date> MacActivityStore::earliestBlockDate() const {
-    std::optional<Date> earliest;
-    for (const MacDayBlock& block : blocks_) {
-        if (!earliest || block.effectiveStart() < *earliest) earliest = block.effectiveStart();
-    }
-    return earliest;
-}
+std::optional<Date> MacActivityStore::earliestBlockDate() const { return blocks_.earliestStart(); }
 
 void MacActivityStore::shiftSelectedDate(int days) {
     const auto target = calendar_.addingDays(days, selectedDate_);
@@ -129,13 +116,13 @@ void MacActivityStore::changeCategory(const MacActivitySummary& summary, MacBloc
     const DayRange day = dayRange(calendar_, selectedDate_);
     const Date now = clock_.now();
     std::vector<MacDayBlock> changed;
-    for (MacDayBlock& block : blocks_) {
-        if (block.title == summary.title && block.category == summary.category &&
-            day.contains(block.effectiveStart())) {
+    for (std::size_t i : blocks_.startingWithin(day.start, day.end)) {
+        if (blocks_[i].title != summary.title || blocks_[i].category != summary.category) continue;
+        blocks_.update(i, [&](MacDayBlock& block) {
             block.category = category;
             block.modifiedAt = now;
-            changed.push_back(block);
-        }
+        });
+        changed.push_back(blocks_[i]);
     }
     if (changed.empty()) return;
     scheduleSave();
@@ -149,7 +136,7 @@ void MacActivityStore::deleteSummary(const MacActivitySummary& summary) {
         if (block.title == summary.title && block.category == summary.category) ids.insert(block.id);
     }
     if (ids.empty()) return;
-    std::erase_if(blocks_, [&](const MacDayBlock& block) { return ids.contains(block.id); });
+    blocks_.eraseIf([&](const MacDayBlock& block) { return ids.contains(block.id); });
     scheduleSave();
     publish();
     if (cloudSyncDisabled_) return;
