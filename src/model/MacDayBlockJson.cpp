@@ -30,11 +30,10 @@ std::optional<std::string> optionalString(element value, std::string_view name) 
 }
 
 std::optional<Date> optionalDate(element value, std::string_view name) {
-    if (value.is_null()) return std::nullopt;
     double seconds;
-    if (value.get_double().get(seconds))
-        throw Failure{"\"" + std::string(name) + "\" is not a number"};
-    return Date(seconds);
+    if (!value.get_double().get(seconds)) return Date(seconds);
+    if (value.is_null()) return std::nullopt;
+    throw Failure{"\"" + std::string(name) + "\" is not a number"};
 }
 
 MacDayBlock readBlock(element value) {
