@@ -1,0 +1,96 @@
+#include "views/NotchGeometry.h"
+
+#include <gtest/gtest.h>
+
+namespace plenda {
+namespace {
+
+// A 1512 x 982 built-in display with a 200 x 32 notch at x = 656.
+ScreenInfo notched(double x = 0) {
+    return ScreenInfo{Frame{x, 0, 1512, 982}, Frame{x, 950, 656, 32}, Frame{x + 856, 950, 656, 32}};
+}
+ScreenInfo plain(double x) { return ScreenInfo{Frame{x, 0, 1920, 1080}, std::nullopt, std::nullopt}; }
+
+TEST(NotchGeometry, PanelHangsFromTheTopCentredOnTheNotch) {
+    const auto geometry = findNotch({notched()});
+    ASSERT_TRUE(geometry);
+    EXPECT_EQ(geometry->notch, (Frame{656, 950, 200, 32}));
+    EXPECT_EQ(notchPanelFrame(*geometry, 200, 32), (Frame{656, 950, 200, 32}));
+    EXPECT_EQ(notchPanelFrame(*geometry, 480, 186), (Frame{516, 796, 480, 186}));
+}
+
+struct ScreenCase {
+    const char* name;
+    std::vector<ScreenInfo> screens;
+    std::optional<std::size_t> notchedIndex;
+};
+
+class FindingTheNotch : public ::testing::TestWithParam<ScreenCase> {};
+
+TEST_P(FindingTheNotch, TakesTheFirstScreenWithBothAreas) {
+    const auto geometry = findNotch(GetParam().screens);
+    ASSERT_EQ(geometry.has_value(), GetParam().notchedIndex.has_value());
+    if (geometry) {
+        EXPECT_EQ(geometry->screenIndex, *GetParam().notchedIndex);
+    }
+}
+
+ScreenInfo leftOnly() {
+    ScreenInfo screen = notched(-1512);
+    screen.auxiliaryTopRightArea.reset();
+    return screen;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Screens, FindingTheNotch,
+    ::testing::Values(ScreenCase{"none", {}, std::nullopt},
+                      ScreenCase{"noNotch", {plain(0), plain(1920)}, std::nullopt},
+                      ScreenCase{"builtInListedThird", {plain(0), plain(1920), notched(3840)}, 2},
+                      ScreenCase{"oneAreaIsNotANotch", {leftOnly(), notched(0)}, 1}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(NotchGeometry, NotchOnASecondScreenUsesThatScreensTop) {
+    ScreenInfo tall{Frame{1512, -200, 1512, 1200}, Frame{1512, 968, 656, 32}, Frame{2368, 968, 656, 32}};
+    const auto geometry = findNotch({plain(-1920), tall});
+    ASSERT_TRUE(geometry);
+    EXPECT_EQ(geometry->notch, (Frame{2168, 968, 200, 32}));
+    EXPECT_EQ(notchPanelFrame(*geometry, 480, 186), (Frame{2028, 814, 480, 186}));
+}
+
+TEST(NotchShape, OutlineOfTheExpandedCard) {
+    using K = OutlineStep::Kind;
+    const auto steps = notchShapeOutline({0, 0, 480, 186}, 200, 32, 20);
+    const std::vector<OutlineStep> expected = {
+        {K::move, {140, 0}, {}},      {K::line, {340, 0}, {}},       {K::line, {340, 18}, {}},
+        {K::quad, {354, 32}, {340, 32}}, {K::line, {460, 32}, {}},    {K::quad, {480, 52}, {480, 32}},
+        {K::line, {480, 166}, {}},    {K::quad, {460, 186}, {480, 186}}, {K::line, {20, 186}, {}},
+        {K::quad, {0, 166}, {0, 186}}, {K::line, {0, 52}, {}},        {K::quad, {20, 32}, {0, 32}},
+        {K::line, {126, 32}, {}},     {K::quad, {140, 18}, {140, 32}}, {K::close, {}, {}},
+    };
+    EXPECT_EQ(steps, expected);
+}
+
+struct BarCase {
+    const char* name;
+    std::vector<double> minutes;
+    std::vector<double> widths;
+};
+
+class DayBar : public ::testing::TestWithParam<BarCase> {};
+
+TEST_P(DayBar, SharesTheWidthLessGapsWithAMinimum) {
+    const auto widths = dayBarWidths(GetParam().minutes, 444);
+    ASSERT_EQ(widths.size(), GetParam().widths.size());
+    for (std::size_t i = 0; i < widths.size(); ++i) EXPECT_NEAR(widths[i], GetParam().widths[i], 0.005) << i;
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, DayBar,
+                         ::testing::Values(BarCase{"twoSummaries", {30, 10}, {331.5, 110.5}},
+                                           BarCase{"tinyOneIsRaised", {600, 1}, {441.26, 3}},
+                                           BarCase{"nothingTracked", {0, 0}, {3, 3}},
+                                           BarCase{"empty", {}, {}},
+                                           BarCase{"one", {5}, {444}}),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+}  // namespace
+}  // namespace plenda
