@@ -14,6 +14,7 @@
 #include "views/TreemapView.h"
 #include "views/ViewStyle.h"
 
+#include <QEvent>
 #include <QPainter>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -52,7 +53,8 @@ TodayView::TodayView(MacActivityStore& store, const Clock& clock, const Calendar
       treemap_(new TreemapView(store, this)),
       list_(new QScrollArea(this)),
       listContent_(new QWidget),
-      listLayout_(new QVBoxLayout(listContent_)) {
+      listLayout_(new QVBoxLayout(listContent_)),
+      scroller_(new QScrollBar(Qt::Vertical, this)) {
     setWindowTitle(localized("Plenda"));
     setMinimumSize(int(DayWindowLayout::minimumWidth), int(DayWindowLayout::minimumHeight));
     resize(minimumSize());
@@ -78,6 +80,17 @@ TodayView::TodayView(MacActivityStore& store, const Clock& clock, const Calendar
     list_->setWidgetResizable(true);
     list_->setFrameShape(QFrame::NoFrame);
     list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    list_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    QScrollBar* inner = list_->verticalScrollBar();
+    connect(inner, &QScrollBar::rangeChanged, scroller_, [this, inner](int minimum, int maximum) {
+        scroller_->setRange(minimum, maximum);
+        scroller_->setPageStep(inner->pageStep());
+        scroller_->setVisible(maximum > minimum && !summaries_.empty());
+    });
+    connect(inner, &QScrollBar::valueChanged, scroller_, &QScrollBar::setValue);
+    connect(scroller_, &QScrollBar::valueChanged, inner, &QScrollBar::setValue);
+    scroller_->hide();
+    styleScroller();
     list_->viewport()->setAutoFillBackground(false);
     list_->setAttribute(Qt::WA_TranslucentBackground);
     list_->setStyleSheet(QStringLiteral("QScrollArea { background: transparent; }"));
@@ -121,8 +134,29 @@ void TodayView::reload() {
     const bool empty = summaries_.empty();
     treemap_->setVisible(!empty);
     list_->setVisible(!empty);
+    scroller_->setVisible(!empty && scroller_->maximum() > scroller_->minimum());
     layoutChildren();
     update();
+}
+
+void TodayView::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::PaletteChange) styleScroller();
+    QWidget::changeEvent(event);
+}
+
+void TodayView::styleScroller() {
+    styledAppearance_ = appearanceOf(*this);
+    const QColor thumb = toQColor(Palette::textSecondary, *styledAppearance_, 0.5);
+    scroller_->setStyleSheet(
+        QStringLiteral("QScrollBar:vertical { background: transparent; width: 7px; margin: 0; border: none; }"
+                       "QScrollBar::handle:vertical { background: %1; border-radius: 3px; min-height: 28px; }"
+                       "QScrollBar::add-line:vertical, QScrollBar::sub-line:vertical { height: 0; border: none; }"
+                       "QScrollBar::add-page:vertical, QScrollBar::sub-page:vertical { background: transparent; }")
+            .arg(QStringLiteral("rgba(%1, %2, %3, %4)")
+                     .arg(thumb.red())
+                     .arg(thumb.green())
+                     .arg(thumb.blue())
+                     .arg(thumb.alphaF())));
 }
 
 void TodayView::resizeEvent(QResizeEvent* event) {
@@ -161,9 +195,12 @@ void TodayView::layoutChildren() {
                               .toAlignedRect());
     const LayoutRect listRect = layout.listRect(w);
     list_->setGeometry(QRectF(listRect.x, listRect.y, listRect.width, listRect.height).toRect());
+    scroller_->setGeometry(int(w) - 15, int(listRect.y) + 6, 7, std::max(int(listRect.height) - 12, 0));
+    scroller_->raise();
 }
 
 void TodayView::paintEvent(QPaintEvent*) {
+    if (styledAppearance_ != appearanceOf(*this)) styleScroller();
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setRenderHint(QPainter::TextAntialiasing);

@@ -2,13 +2,16 @@
 
 #include "model/Observers.h"
 #include "views/MacActivitySummary.h"
+#include "views/ViewColors.h"
 
 #include <QWidget>
 
 #include <functional>
+#include <optional>
 #include <vector>
 
 class QScrollArea;
+class QScrollBar;
 class QVBoxLayout;
 
 namespace plenda {
@@ -46,14 +49,18 @@ public:
     SymbolButton* settingsButton() const { return settings_; }
     TreemapView* treemap() const { return treemap_; }
     QScrollArea* list() const { return list_; }
+    // Floats over the list's right margin, so rows stay centred.
+    QScrollBar* scroller() const { return scroller_; }
     std::vector<ActivityRow*> rows() const;
 
 protected:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
     void layoutChildren();
+    void styleScroller();
     double titleBaseline() const;
     void paintHeader(QPainter& painter);
     void paintEmptyState(QPainter& painter);
@@ -72,12 +79,14 @@ private:
     QScrollArea* list_;
     QWidget* listContent_;
     QVBoxLayout* listLayout_;
+    QScrollBar* scroller_;
     std::vector<ActivityRow*> rowPool_;
 
     std::vector<MacActivitySummary> summaries_;
     QString title_;
     QString subtitle_;
     QString syncMessage_;
+    std::optional<Appearance> styledAppearance_;
     Subscription subscription_;
 };
 
