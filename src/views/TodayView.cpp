@@ -109,11 +109,14 @@ void TodayView::reload() {
     const Date selected = store_.selectedDate();
     const Date now = clock_.now();
     summaries_ = makeSummaries(store_.blocksOnDay(selected));
+    // The day's total from what was just folded: one pass over the store less.
+    double dayMinutes = 0;
+    for (const MacActivitySummary& summary : summaries_) dayMinutes += summary.minutes;
 
     const LocalTime local = calendar_.localTime(selected);
     title_ = calendar_.isSameDay(selected, now) ? localized("mac.today") : fullWeekdayName(local);
     subtitle_ = abbreviatedDate(local) + QStringLiteral(" · ") +
-                localized("mac.tracked").arg(QString::fromStdString(formatDuration(store_.selectedDayMinutes())));
+                localized("mac.tracked").arg(QString::fromStdString(formatDuration(dayMinutes)));
     syncMessage_ = QString::fromStdString(store_.syncMessage());
 
     previous_->setEnabled(canShowPreviousDay(selected, store_.earliestBlockDate()));
