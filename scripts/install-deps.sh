@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
   build-essential cmake ninja-build ccache pkg-config
-  qt6-base-dev qt6-l10n-tools qt6-tools-dev qt6-tools-dev-tools libqt6sql6-sqlite libqt6svg6-dev
+  qt6-base-dev qt6-l10n-tools qt6-tools-dev qt6-tools-dev-tools libqt6sql6-sqlite qt6-svg-dev
   libsimdjson-dev libicu-dev libsqlite3-dev
   libx11-dev libxss-dev libxcb-screensaver0-dev libgl-dev
   libgtest-dev libgmock-dev libbenchmark-dev

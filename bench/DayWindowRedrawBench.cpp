@@ -1,0 +1,107 @@
+// The day window's whole redraw path over ten years of blocks: day query,
+// folding, treemap layout and painting offscreen.
+#include "fakes/KeyStringTable.h"
+#include "fakes/MemoryDefaults.h"
+#include "fakes/MemoryFiles.h"
+#include "fakes/VirtualScheduler.h"
+#include "model/MacActivityStore.h"
+#include "model/MacDayBlockJson.h"
+#include "platform/IcuCalendar.h"
+#include "views/ActivitySummaries.h"
+#include "views/BundledIconProvider.h"
+#include "views/TodayView.h"
+#include "views/TreemapLayout.h"
+#include "views/Translations.h"
+
+#include <QApplication>
+#include <QImage>
+#include <QPainter>
+#include <benchmark/benchmark.h>
+
+#include <memory>
+#include <random>
+
+namespace plenda {
+namespace {
+
+constexpr int days = 3650;
+constexpr int blocksPerDay = 100;  // 365,000 blocks
+
+// A deterministic decade: 100 blocks a day over 24 titles in all categories.
+struct Decade {
+    VirtualScheduler scheduler;
+    IcuCalendar calendar{"Europe/Berlin"};
+    MemoryDefaults defaults;
+    MemoryFiles files;
+    KeyStringTable strings;
+    std::unique_ptr<MacActivityStore> store;
+    BundledIconProvider icons;
+
+    Decade() : scheduler(Date(0)) {
+        const Date first(694224000.0);  // 2023-01-01
+        std::mt19937 random(7);
+        std::vector<MacDayBlock> blocks;
+        blocks.reserve(std::size_t(days) * blocksPerDay);
+        for (int day = 0; day < days; ++day) {
+            Date start = first + day * 86400.0 + 7 * 3600.0;
+            for (int i = 0; i < blocksPerDay; ++i) {
+                const double minutes = 1 + double(random() % 9);
+                const int title = int(random() % 24);
+                MacDayBlock block;
+                block.id = Uuid::random();
+                block.title = "Activity " + std::to_string(title);
+                block.category = allCategories[std::size_t(title) % allCategories.size()];
+                block.weight = minutes;
+                block.createdAt = start;
+                block.startDate = start;
+                block.endDate = start + minutes * 60;
+                block.blockType = "tracked";
+                blocks.push_back(std::move(block));
+                start = start + minutes * 60 + 20;
+            }
+        }
+        files.files["/home/user/.local/share/Plenda/blocks.json"] = *encodeBlocks(blocks);
+        defaults.setBool(MacActivityStore::didSplitKey, true);
+        scheduler.advanceTo(first + (days - 1) * 86400.0 + 20 * 3600.0);
+        store = std::make_unique<MacActivityStore>(MacActivityStore::Dependencies{
+            scheduler, scheduler, calendar, defaults, files, strings, true, &Uuid::random});
+    }
+};
+
+Decade& decade() {
+    static Decade instance;
+    return instance;
+}
+
+void BM_DayFoldingAndLayout(benchmark::State& state) {
+    Decade& d = decade();
+    for (auto _ : state) {
+        const auto summaries = makeSummaries(d.store->blocksOnDay(d.store->selectedDate()));
+        const auto tiles = treemapTiles(treemapSummaries(summaries, "Other"), 672, 235.2, 4);
+        benchmark::DoNotOptimize(tiles.data());
+    }
+    state.counters["blocks"] = double(d.store->blocks().size());
+}
+BENCHMARK(BM_DayFoldingAndLayout)->Unit(benchmark::kMillisecond);
+
+void BM_DayWindowRedraw(benchmark::State& state) {
+    Decade& d = decade();
+    const QSize size(int(state.range(0)), int(state.range(1)));
+    TodayView view(*d.store, d.scheduler, d.calendar, d.icons, {});
+    view.setAttribute(Qt::WA_DontShowOnScreen);
+    view.show();
+    view.resize(size);
+    QImage image(size, QImage::Format_ARGB32_Premultiplied);
+    for (auto _ : state) {
+        view.reload();
+        QPainter painter(&image);
+        view.render(&painter);
+        painter.end();
+        benchmark::DoNotOptimize(image.constBits());
+    }
+    state.counters["blocks"] = double(d.store->blocks().size());
+}
+BENCHMARK(BM_DayWindowRedraw)->Args({720, 560})->Args({1200, 900})->Unit(benchmark::kMillisecond);
+
+}  // namespace
+}  // namespace plenda

@@ -1,0 +1,267 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<!-- Hand-written: never run lupdate over it. -->
+<TS version="2.1" language="en_US" sourcelanguage="en_US">
+<context>
+    <name>Plenda</name>
+    <message id="Plenda">
+        <source>Plenda</source>
+        <translation>Plenda</translation>
+    </message>
+    <message id="Allowed">
+        <source>Allowed</source>
+        <translation>Allowed</translation>
+    </message>
+    <message id="Site addresses and editor project names become block titles and sync to your private iCloud database. Nothing is sent anywhere else. Pause tracking from the menu to stop recording entirely.">
+        <source>Site addresses and editor project names become block titles and sync to your private iCloud database. Nothing is sent anywhere else. Pause tracking from the menu to stop recording entirely.</source>
+        <translation>Site addresses and editor project names become block titles and sync to your private iCloud database. Nothing is sent anywhere else. Pause tracking from the menu to stop recording entirely.</translation>
+    </message>
+    <message id="category.mind">
+        <source>Mind</source>
+        <translation>Mind</translation>
+    </message>
+    <message id="category.body">
+        <source>Body</source>
+        <translation>Body</translation>
+    </message>
+    <message id="category.work">
+        <source>Work</source>
+        <translation>Work</translation>
+    </message>
+    <message id="category.social">
+        <source>Social</source>
+        <translation>Social</translation>
+    </message>
+    <message id="category.selfcare">
+        <source>Self-care</source>
+        <translation>Self-care</translation>
+    </message>
+    <message id="category.meals">
+        <source>Meals</source>
+        <translation>Meals</translation>
+    </message>
+    <message id="category.entertainment">
+        <source>Entertainment</source>
+        <translation>Entertainment</translation>
+    </message>
+    <message id="category.chores">
+        <source>Chores</source>
+        <translation>Chores</translation>
+    </message>
+    <message id="category.commute">
+        <source>Commute</source>
+        <translation>Commute</translation>
+    </message>
+    <message id="category.sleep">
+        <source>Sleep</source>
+        <translation>Sleep</translation>
+    </message>
+    <message id="mac.today">
+        <source>Today</source>
+        <translation>Today</translation>
+    </message>
+    <message id="mac.today.lower">
+        <source>today</source>
+        <translation>today</translation>
+    </message>
+    <message id="mac.tracked">
+        <source>%1 tracked</source>
+        <translation>%1 tracked</translation>
+    </message>
+    <message id="mac.other">
+        <source>Other</source>
+        <translation>Other</translation>
+    </message>
+    <message id="mac.category">
+        <source>Category</source>
+        <translation>Category</translation>
+    </message>
+    <message id="mac.delete">
+        <source>Delete</source>
+        <translation>Delete</translation>
+    </message>
+    <message id="mac.empty.title">
+        <source>Nothing tracked yet</source>
+        <translation>Nothing tracked yet</translation>
+    </message>
+    <message id="mac.empty.body">
+        <source>Activities appear here as you work. Keep Plenda running in the background.</source>
+        <translation>Activities appear here as you work. Keep Plenda running in the background.</translation>
+    </message>
+    <message id="mac.open">
+        <source>Open Plenda</source>
+        <translation>Open Plenda</translation>
+    </message>
+    <message id="mac.pause">
+        <source>Pause</source>
+        <translation>Pause</translation>
+    </message>
+    <message id="mac.resume">
+        <source>Resume</source>
+        <translation>Resume</translation>
+    </message>
+    <message id="mac.paused">
+        <source>Paused</source>
+        <translation>Paused</translation>
+    </message>
+    <message id="mac.settings">
+        <source>Settings</source>
+        <translation>Settings</translation>
+    </message>
+    <message id="mac.quit">
+        <source>Quit</source>
+        <translation>Quit</translation>
+    </message>
+    <message id="mac.browser.access">
+        <source>Allow Browsers</source>
+        <translation>Allow Browsers</translation>
+    </message>
+    <message id="mac.project.names">
+        <source>Show Project Names</source>
+        <translation>Show Project Names</translation>
+    </message>
+    <message id="mac.grant.browser">
+        <source>Allow reading browser tabs…</source>
+        <translation>Allow reading browser tabs…</translation>
+    </message>
+    <message id="mac.grant.projects">
+        <source>Allow reading project names…</source>
+        <translation>Allow reading project names…</translation>
+    </message>
+    <message id="mac.sync.now">
+        <source>Sync now</source>
+        <translation>Sync now</translation>
+    </message>
+    <message id="mac.sync.pending">
+        <source>Waiting to sync</source>
+        <translation>Waiting to sync</translation>
+    </message>
+    <message id="mac.sync.syncing">
+        <source>Syncing…</source>
+        <translation>Syncing…</translation>
+    </message>
+    <message id="mac.sync.synced">
+        <source>Synced with iCloud</source>
+        <translation>Synced with iCloud</translation>
+    </message>
+    <message id="mac.sync.local">
+        <source>Saved on this Mac</source>
+        <translation>Saved on this Mac</translation>
+    </message>
+    <message id="mac.sync.incomplete">
+        <source>Some changes not synced yet</source>
+        <translation>Some changes not synced yet</translation>
+    </message>
+    <message id="mac.sync.unavailable">
+        <source>iCloud unavailable</source>
+        <translation>iCloud unavailable</translation>
+    </message>
+    <message id="mac.sync.testmode">
+        <source>Sync off (test mode)</source>
+        <translation>Sync off (test mode)</translation>
+    </message>
+    <message id="mac.settings.general">
+        <source>General</source>
+        <translation>General</translation>
+    </message>
+    <message id="mac.settings.tracking">
+        <source>Tracking</source>
+        <translation>Tracking</translation>
+    </message>
+    <message id="mac.settings.privacy">
+        <source>Privacy</source>
+        <translation>Privacy</translation>
+    </message>
+    <message id="mac.settings.launch">
+        <source>Open at login</source>
+        <translation>Open at login</translation>
+    </message>
+    <message id="mac.settings.launch.note">
+        <source>Plenda starts quietly in the menu bar when you log in.</source>
+        <translation>Plenda starts quietly in the menu bar when you log in.</translation>
+    </message>
+    <message id="mac.settings.idle">
+        <source>Pause when idle for</source>
+        <translation>Pause when idle for</translation>
+    </message>
+    <message id="mac.settings.merge">
+        <source>Join sessions within</source>
+        <translation>Join sessions within</translation>
+    </message>
+    <message id="mac.settings.minimum">
+        <source>Ignore sessions shorter than</source>
+        <translation>Ignore sessions shorter than</translation>
+    </message>
+    <message id="mac.settings.ignored">
+        <source>Ignored apps</source>
+        <translation>Ignored apps</translation>
+    </message>
+    <message id="mac.settings.add">
+        <source>Add</source>
+        <translation>Add</translation>
+    </message>
+    <message id="mac.settings.remove">
+        <source>Remove</source>
+        <translation>Remove</translation>
+    </message>
+    <message id="mac.settings.browser">
+        <source>Browser tabs</source>
+        <translation>Browser tabs</translation>
+    </message>
+    <message id="mac.settings.projects">
+        <source>Project names</source>
+        <translation>Project names</translation>
+    </message>
+    <message id="mac.settings.grant.automation">
+        <source>Allow…</source>
+        <translation>Allow…</translation>
+    </message>
+    <message id="mac.settings.grant.accessibility">
+        <source>Allow…</source>
+        <translation>Allow…</translation>
+    </message>
+    <message id="mac.minutes.1">
+        <source>1 minute</source>
+        <translation>1 minute</translation>
+    </message>
+    <message id="mac.minutes.2">
+        <source>2 minutes</source>
+        <translation>2 minutes</translation>
+    </message>
+    <message id="mac.minutes.3">
+        <source>3 minutes</source>
+        <translation>3 minutes</translation>
+    </message>
+    <message id="mac.minutes.5">
+        <source>5 minutes</source>
+        <translation>5 minutes</translation>
+    </message>
+    <message id="mac.minutes.10">
+        <source>10 minutes</source>
+        <translation>10 minutes</translation>
+    </message>
+    <message id="mac.minutes.15">
+        <source>15 minutes</source>
+        <translation>15 minutes</translation>
+    </message>
+    <message id="mac.seconds.5">
+        <source>5 seconds</source>
+        <translation>5 seconds</translation>
+    </message>
+    <message id="mac.seconds.15">
+        <source>15 seconds</source>
+        <translation>15 seconds</translation>
+    </message>
+    <message id="mac.seconds.30">
+        <source>30 seconds</source>
+        <translation>30 seconds</translation>
+    </message>
+    <message id="mac.sessions" numerus="yes">
+        <source>%n sessions</source>
+        <translation>
+            <numerusform>%n session</numerusform>
+            <numerusform>%n sessions</numerusform>
+        </translation>
+    </message>
+</context>
+</TS>

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "views/ViewColors.h"
+
+#include <QColor>
+#include <QFont>
+#include <QString>
+
+#include <optional>
+#include <string_view>
+
+class QWidget;
+
+namespace plenda {
+
+// Light or dark, from the widget's palette (which follows the system), unless
+// a test or a render forces one.
+Appearance appearanceOf(const QWidget& widget);
+void setForcedAppearance(std::optional<Appearance> appearance);
+
+QColor toQColor(const ColorPair& pair, Appearance appearance, double opacity = 1.0);
+
+// Sizes are in points, as on the Mac; Qt pixels are device-independent there too.
+QFont systemFont(int points, QFont::Weight weight = QFont::Normal);
+// The rounded design where the system has one, else the system font.
+QFont roundedFont(int points, QFont::Weight weight = QFont::Normal);
+
+// The string-table text for a key.
+QString localized(std::string_view key);
+
+}  // namespace plenda
+
+class QPainter;
+class QRectF;
+
+namespace plenda {
+
+// A soft drop shadow under a rounded rectangle: black at `opacity`, spread
+// over `blur` points, moved `dy` down.
+void paintSoftShadow(QPainter& painter, const QRectF& rect, double radius, double opacity, double blur, double dy);
+
+}  // namespace plenda

@@ -1,0 +1,128 @@
+#include "views/TreemapLayout.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace plenda {
+namespace {
+
+struct LayoutCase {
+    const char* name;
+    std::vector<double> weights;
+    LayoutRect bounds;
+    std::vector<LayoutRect> expected;  // to two decimals
+};
+
+MacActivitySummary named(std::string id, double minutes) {
+    MacActivitySummary summary;
+    summary.id = std::move(id);
+    summary.minutes = minutes;
+    return summary;
+}
+
+double round2(double v) { return std::round(v * 100) / 100; }
+
+class SquarifiedLayoutTest : public ::testing::TestWithParam<LayoutCase> {};
+
+TEST_P(SquarifiedLayoutTest, MatchesWorkedRectangles) {
+    const LayoutCase& c = GetParam();
+    const auto rects = squarifiedLayout(c.weights, c.bounds);
+    ASSERT_EQ(rects.size(), c.expected.size());
+    for (std::size_t i = 0; i < rects.size(); ++i) {
+        const LayoutRect r{round2(rects[i].x), round2(rects[i].y), round2(rects[i].width), round2(rects[i].height)};
+        EXPECT_EQ(r, c.expected[i]) << "item " << i << ": " << r.x << ", " << r.y << ", " << r.width << ", "
+                                    << r.height;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, SquarifiedLayoutTest,
+    ::testing::Values(
+        LayoutCase{"none", {}, {0, 0, 100, 100}, {}},
+        LayoutCase{"zeroTotal", {0, 0}, {0, 0, 100, 100}, {}},
+        LayoutCase{"single", {7}, {3, 4, 50, 60}, {{3, 4, 50, 60}}},
+        LayoutCase{"twoSquares", {1, 1}, {0, 0, 200, 100}, {{0, 0, 100, 100}, {100, 0, 100, 100}}},
+        LayoutCase{"threeSquares", {1, 1, 1}, {0, 0, 300, 100},
+                   {{0, 0, 100, 100}, {100, 0, 100, 100}, {200, 0, 100, 100}}},
+        LayoutCase{"sevenItems", {6, 6, 4, 3, 2, 2, 1}, {0, 0, 600, 400},
+                   {{0, 0, 300, 200}, {0, 200, 300, 200}, {300, 0, 171.43, 233.33}, {471.43, 0, 128.57, 233.33},
+                    {300, 233.33, 120, 166.67}, {420, 233.33, 120, 166.67}, {540, 233.33, 60, 166.67}}},
+        LayoutCase{"eightItemsWide", {120, 60, 30, 30, 15, 10, 5, 3}, {0, 0, 600, 250},
+                   {{0, 0, 263.74, 250}, {263.74, 0, 131.87, 250}, {395.6, 0, 102.2, 161.29},
+                    {497.8, 0, 102.2, 161.29}, {395.6, 161.29, 92.91, 88.71}, {488.51, 161.29, 61.94, 88.71},
+                    {550.45, 161.29, 49.55, 55.44}, {550.45, 216.73, 49.55, 33.27}}},
+        LayoutCase{"keepsInputOrder", {1, 3}, {0, 0, 400, 100}, {{300, 0, 100, 100}, {0, 0, 300, 100}}},
+        LayoutCase{"sliver", {50, 0.1}, {0, 0, 100, 100}, {{0, 0, 99.8, 100}, {99.8, 0, 0.2, 100}}},
+        LayoutCase{"tallRowsAlongTop", {1, 1}, {0, 0, 100, 200}, {{0, 0, 100, 100}, {0, 100, 100, 100}}},
+        LayoutCase{"zeroWidth", {2, 1}, {0, 0, 0, 100}, {{0, 0, 0, 0}, {0, 0, 0, 0}}},
+        LayoutCase{"zeroHeightLone", {2}, {5, 5, 80, 0}, {{5, 5, 80, 0}}},
+        // A zero weight makes every row holding it infinite: it ends up alone, last.
+        LayoutCase{"zeroWeight", {3, 0, 1}, {0, 0, 400, 100}, {{0, 0, 300, 100}, {400, 0, 0, 100}, {300, 0, 100, 100}}}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(SquarifiedLayout, TilesTheAreaWithoutOverlap) {
+    const std::vector<std::vector<double>> cases = {
+        {6, 6, 4, 3, 2, 2, 1}, {500, 1, 1, 1, 1, 1, 1, 1}, {5, 5, 5, 5, 5, 5, 5, 5}, {0.1, 300, 7, 7, 42}};
+    for (const auto& weights : cases) {
+        const LayoutRect bounds{10, 20, 673, 235.2};
+        const auto rects = squarifiedLayout(weights, bounds);
+        double area = 0;
+        for (std::size_t i = 0; i < rects.size(); ++i) {
+            const auto& a = rects[i];
+            area += a.width * a.height;
+            EXPECT_GE(a.x, bounds.x - 1e-9);
+            EXPECT_GE(a.y, bounds.y - 1e-9);
+            EXPECT_LE(a.maxX(), bounds.maxX() + 1e-9);
+            EXPECT_LE(a.maxY(), bounds.maxY() + 1e-9);
+            for (std::size_t j = i + 1; j < rects.size(); ++j) {
+                const auto& b = rects[j];
+                const double overlapW = std::min(a.maxX(), b.maxX()) - std::max(a.x, b.x);
+                const double overlapH = std::min(a.maxY(), b.maxY()) - std::max(a.y, b.y);
+                EXPECT_FALSE(overlapW > 1e-9 && overlapH > 1e-9) << i << " overlaps " << j;
+            }
+        }
+        EXPECT_NEAR(area, bounds.width * bounds.height, 1e-6);
+        // Areas are proportional to the weights.
+        double total = 0;
+        for (double w : weights) total += w;
+        for (std::size_t i = 0; i < rects.size(); ++i) {
+            EXPECT_NEAR(rects[i].width * rects[i].height, weights[i] / total * area, 1e-6);
+        }
+    }
+}
+
+TEST(TreemapTiles, FramesLeaveTheGapAndLabelsFollowTheLayoutRectangle) {
+    const std::vector<MacActivitySummary> summaries = {
+        named("a", 50), named("b", 0)};
+    const auto tiles = treemapTiles(summaries, 100, 100, 4);
+    ASSERT_EQ(tiles.size(), 2u);
+    EXPECT_EQ(tiles[0].summary.id, "a");
+    EXPECT_NEAR(tiles[0].frame.width, 99.8 - 4, 0.005);
+    EXPECT_DOUBLE_EQ(tiles[0].frame.height, 96);
+    EXPECT_DOUBLE_EQ(tiles[1].frame.x, tiles[1].rect.x);
+    EXPECT_DOUBLE_EQ(tiles[1].frame.width, 1) << "a sliver is raised to one point";
+    EXPECT_NEAR(tiles[1].rect.width, 0.2, 0.005);
+
+    const auto lone = treemapTiles({named("only", 3)}, 672, 235.2, 4);
+    ASSERT_EQ(lone.size(), 1u);
+    EXPECT_EQ(lone[0].frame, (LayoutRect{0, 0, 668, 231.2}));
+}
+
+TEST(TreemapTiles, LabelThresholdsAreStrict) {
+    struct Case { double w, h; bool title, duration; };
+    const Case cases[] = {{64, 100, false, false}, {65, 40, false, false}, {65, 41, true, false},
+                          {84, 100, true, false},  {85, 60, true, false},  {85, 61, true, true},
+                          {300, 300, true, true}};
+    for (const Case& c : cases) {
+        EXPECT_EQ(tileShowsTitle(c.w, c.h), c.title) << c.w << "x" << c.h;
+        EXPECT_EQ(tileShowsDuration(c.w, c.h), c.duration) << c.w << "x" << c.h;
+    }
+    // The tile judges by its layout rectangle, before the gap comes off.
+    const auto tiles = treemapTiles({named("x", 1)}, 65, 41, 4);
+    EXPECT_TRUE(tiles[0].showsTitle());
+    EXPECT_FALSE(tiles[0].showsDuration());
+}
+
+}  // namespace
+}  // namespace plenda
