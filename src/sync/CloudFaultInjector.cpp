@@ -89,95 +89,92 @@ CloudFaultInjector::Verdict CloudFaultInjector::admit(Request request, CloudErro
     return Verdict::pass;
 }
 
-void CloudFaultInjector::accountStatus(std::function<void(CloudResult<CloudAccountStatus>)> completion) {
+void CloudFaultInjector::releaseHungRequests() {
+    std::vector<std::function<void()>> held;
+    {
+        std::lock_guard guard(mutex_);
+        held.swap(hung_);
+    }
+    for (auto& request : held) request();
+}
+
+void CloudFaultInjector::route(Request request, std::function<void()> forward,
+                               const std::function<void(const CloudError&)>& fail) {
     CloudError error;
-    switch (admit({Kind::accountStatus}, error)) {
+    switch (admit(request, error)) {
     case Verdict::hang: {
         std::lock_guard guard(mutex_);
-        hung_.push_back([completion = std::move(completion)] {});
+        hung_.push_back(std::move(forward));
         return;
     }
     case Verdict::fail:
-        return completion(error);
+        return fail(error);
     case Verdict::pass:
-        break;
+        return forward();
     }
-    std::optional<CloudAccountStatus> forced;
-    {
-        std::lock_guard guard(mutex_);
-        forced = accountStatus_;
-    }
-    if (forced) return completion(*forced);
-    inner_.accountStatus(std::move(completion));
+}
+
+void CloudFaultInjector::accountStatus(std::function<void(CloudResult<CloudAccountStatus>)> completion) {
+    auto shared = std::make_shared<decltype(completion)>(std::move(completion));
+    route(
+        {Kind::accountStatus},
+        [this, shared] {
+            std::optional<CloudAccountStatus> forced;
+            {
+                std::lock_guard guard(mutex_);
+                forced = accountStatus_;
+            }
+            if (forced) return (*shared)(*forced);
+            inner_.accountStatus(*shared);
+        },
+        [shared](const CloudError& error) { (*shared)(error); });
 }
 
 void CloudFaultInjector::saveZone(const CloudZoneID& zone, std::function<void(std::optional<CloudError>)> completion) {
-    CloudError error;
-    switch (admit({Kind::saveZone}, error)) {
-    case Verdict::hang: {
-        std::lock_guard guard(mutex_);
-        hung_.push_back([completion = std::move(completion)] {});
-        return;
-    }
-    case Verdict::fail:
-        return completion(error);
-    case Verdict::pass:
-        break;
-    }
-    inner_.saveZone(zone, std::move(completion));
+    auto shared = std::make_shared<decltype(completion)>(std::move(completion));
+    route(
+        {Kind::saveZone}, [this, zone, shared] { inner_.saveZone(zone, *shared); },
+        [shared](const CloudError& error) { (*shared)(error); });
 }
 
 void CloudFaultInjector::fetchZoneChanges(const CloudZoneID& zone, CloudChangeTokenPtr token,
                                           std::function<void(CloudResult<CloudZoneChanges>)> completion) {
-    CloudError error;
-    switch (admit({Kind::fetchZoneChanges, 0, 0, token != nullptr}, error)) {
-    case Verdict::hang: {
-        std::lock_guard guard(mutex_);
-        hung_.push_back([completion = std::move(completion)] {});
-        return;
-    }
-    case Verdict::fail:
-        return completion(error);
-    case Verdict::pass:
-        break;
-    }
-    inner_.fetchZoneChanges(zone, std::move(token), std::move(completion));
+    auto shared = std::make_shared<decltype(completion)>(std::move(completion));
+    const bool hadToken = token != nullptr;
+    route(
+        {Kind::fetchZoneChanges, 0, 0, hadToken},
+        [this, zone, token = std::move(token), shared] { inner_.fetchZoneChanges(zone, token, *shared); },
+        [shared](const CloudError& error) { (*shared)(error); });
 }
 
 void CloudFaultInjector::modifyRecords(std::vector<CloudRecord> saving, std::vector<CloudRecordID> deleting,
                                        CloudSavePolicy policy, bool atomically,
                                        std::function<void(CloudResult<CloudModifyResults>)> completion) {
-    CloudError error;
-    switch (admit({Kind::modifyRecords, saving.size(), deleting.size()}, error)) {
-    case Verdict::hang: {
-        std::lock_guard guard(mutex_);
-        hung_.push_back([completion = std::move(completion)] {});
-        return;
-    }
-    case Verdict::fail:
-        return completion(error);
-    case Verdict::pass:
-        break;
-    }
-    // Rejected records never reach the server; their failures join its answer.
-    std::vector<std::pair<CloudRecordID, std::optional<CloudError>>> rejections;
-    {
-        std::lock_guard guard(mutex_);
-        std::erase_if(saving, [&](const CloudRecord& record) {
-            if (!rejected_.contains(record.recordID.recordName)) return false;
-            rejections.emplace_back(record.recordID, rejection_);
-            return true;
-        });
-    }
-    inner_.modifyRecords(std::move(saving), std::move(deleting), policy, atomically,
-                         [rejections = std::move(rejections),
-                          completion = std::move(completion)](CloudResult<CloudModifyResults> results) {
-                             if (results.ok()) {
-                                 auto& saves = results.value().saveResults;
-                                 saves.insert(saves.end(), rejections.begin(), rejections.end());
-                             }
-                             completion(std::move(results));
-                         });
+    auto shared = std::make_shared<decltype(completion)>(std::move(completion));
+    const Request request{Kind::modifyRecords, saving.size(), deleting.size()};
+    route(
+        request,
+        [this, saving = std::move(saving), deleting = std::move(deleting), policy, atomically, shared]() mutable {
+            // Rejected records never reach the server; their failures join its answer.
+            std::vector<std::pair<CloudRecordID, std::optional<CloudError>>> rejections;
+            {
+                std::lock_guard guard(mutex_);
+                std::erase_if(saving, [&](const CloudRecord& record) {
+                    if (!rejected_.contains(record.recordID.recordName)) return false;
+                    rejections.emplace_back(record.recordID, rejection_);
+                    return true;
+                });
+            }
+            inner_.modifyRecords(std::move(saving), std::move(deleting), policy, atomically,
+                                 [rejections = std::move(rejections), shared](CloudResult<CloudModifyResults> results) {
+                                     if (results.ok()) {
+                                         auto& saves = results.value().saveResults;
+                                         saves.insert(saves.end(), rejections.begin(), rejections.end());
+                                     }
+                                     (*shared)(std::move(results));
+                                 });
+        },
+        [shared](const CloudError& error) { (*shared)(error); });
 }
 
 }  // namespace plenda

@@ -41,8 +41,10 @@ public:
     void reportZoneMissing(long code = CloudErrorCode::zoneNotFound);
     // Answers every account check with this status; none: ask the wrapped database.
     void setAccountStatus(std::optional<CloudAccountStatus> status);
-    // The next `count` requests never return.
+    // The next `count` requests do not return until released (or ever).
     void hangNextRequests(int count);
+    // Sends the hung requests on to the wrapped database now.
+    void releaseHungRequests();
     std::size_t hungRequests() const;
 
     std::vector<Request> requests() const;
@@ -63,6 +65,8 @@ private:
     enum class Verdict { pass, fail, hang };
     // Logs the request and decides its fate; `error` receives the failure.
     Verdict admit(Request request, CloudError& error);
+    // Forwards, fails or holds one request.
+    void route(Request request, std::function<void()> forward, const std::function<void(const CloudError&)>& fail);
 
     CloudDatabase& inner_;
     mutable std::mutex mutex_;
@@ -77,7 +81,7 @@ private:
     std::optional<long> zoneMissing_;
     std::optional<CloudAccountStatus> accountStatus_;
     int hangsLeft_ = 0;
-    // Completions of hung requests are kept, never called.
+    // Hung requests, ready to be forwarded.
     std::vector<std::function<void()>> hung_;
     std::vector<Request> requests_;
 };

@@ -248,15 +248,29 @@ void CloudSyncEngine::sendBatch(std::shared_ptr<PushRun> run) {
     run->nextSave += saveCount;
     run->nextDelete += deleteCount;
 
-    CloudDatabase& database = *run->database;
-    database.modifyRecords(
-        std::move(saves), std::move(deletes), CloudSavePolicy::allKeys, false,
-        [this, alive = lifetime_.weak(), run = std::move(run)](CloudResult<CloudModifyResults> results) mutable {
-            if (alive.expired()) return;
-            onWorker([this, run = std::move(run), results = std::move(results)]() mutable {
-                batchArrived(std::move(run), std::move(results));
+    CloudDatabase* database = run->database;
+    queuedModifies_.push_back([this, database, saves = std::move(saves), deletes = std::move(deletes),
+                               run = std::move(run)]() mutable {
+        database->modifyRecords(
+            std::move(saves), std::move(deletes), CloudSavePolicy::allKeys, false,
+            [this, alive = lifetime_.weak(), run = std::move(run)](CloudResult<CloudModifyResults> results) mutable {
+                if (alive.expired()) return;
+                onWorker([this, run = std::move(run), results = std::move(results)]() mutable {
+                    modifyInFlight_ = false;
+                    batchArrived(std::move(run), std::move(results));
+                    startNextModify();
+                });
             });
-        });
+    });
+    startNextModify();
+}
+
+void CloudSyncEngine::startNextModify() {
+    if (modifyInFlight_ || queuedModifies_.empty()) return;
+    modifyInFlight_ = true;
+    auto next = std::move(queuedModifies_.front());
+    queuedModifies_.pop_front();
+    next();
 }
 
 void CloudSyncEngine::batchArrived(std::shared_ptr<PushRun> run, CloudResult<CloudModifyResults> results) {

@@ -7,6 +7,7 @@
 #include "sync/CloudSyncState.h"
 
 #include <cstddef>
+#include <deque>
 #include <functional>
 #include <iostream>
 #include <memory>
@@ -96,6 +97,9 @@ private:
     void pageArrived(std::shared_ptr<PullRun> run, CloudResult<CloudZoneChanges> page);
     void sendBatch(std::shared_ptr<PushRun> run);
     void batchArrived(std::shared_ptr<PushRun> run, CloudResult<CloudModifyResults> results);
+    // Modify requests go out one at a time, across all pushes, so the server
+    // receives versions of a record in the order they were sent.
+    void startNextModify();
 
     CloudSyncState& state_;
     Scheduler& scheduler_;
@@ -109,6 +113,8 @@ private:
     // Worker only.
     CloudDatabase* cachedDatabase_ = nullptr;
     bool isUnavailable_ = false;
+    std::deque<std::function<void()>> queuedModifies_;
+    bool modifyInFlight_ = false;
 
     Lifetime lifetime_;
 };
