@@ -36,9 +36,10 @@ void CloudFaultInjector::setAccountStatus(std::optional<CloudAccountStatus> stat
     accountStatus_ = status;
 }
 
-void CloudFaultInjector::hangNextRequests(int count) {
+void CloudFaultInjector::hangNextRequests(int count, int skip) {
     std::lock_guard guard(mutex_);
     hangsLeft_ = count;
+    passesBeforeHang_ = skip;
 }
 
 std::size_t CloudFaultInjector::hungRequests() const {
@@ -59,7 +60,9 @@ void CloudFaultInjector::clearRequests() {
 CloudFaultInjector::Verdict CloudFaultInjector::admit(Request request, CloudError& error) {
     std::lock_guard guard(mutex_);
     requests_.push_back(request);
-    if (hangsLeft_ > 0) {
+    if (hangsLeft_ > 0 && passesBeforeHang_ > 0) {
+        --passesBeforeHang_;
+    } else if (hangsLeft_ > 0) {
         --hangsLeft_;
         return Verdict::hang;
     }

@@ -41,8 +41,8 @@ public:
     void reportZoneMissing(long code = CloudErrorCode::zoneNotFound);
     // Answers every account check with this status; none: ask the wrapped database.
     void setAccountStatus(std::optional<CloudAccountStatus> status);
-    // The next `count` requests do not return until released (or ever).
-    void hangNextRequests(int count);
+    // After letting `skip` requests through, the next `count` do not return until released (or ever).
+    void hangNextRequests(int count, int skip = 0);
     // Sends the hung requests on to the wrapped database now.
     void releaseHungRequests();
     std::size_t hungRequests() const;
@@ -81,6 +81,7 @@ private:
     std::optional<long> zoneMissing_;
     std::optional<CloudAccountStatus> accountStatus_;
     int hangsLeft_ = 0;
+    int passesBeforeHang_ = 0;
     // Hung requests, ready to be forwarded.
     std::vector<std::function<void()>> hung_;
     std::vector<Request> requests_;

@@ -34,6 +34,9 @@ NoAccountDatabase noAccountDatabase;
 struct CloudSyncEngine::PullRun {
     CloudDatabase* database;
     CloudChangeTokenPtr token;
+    // The token this pull started from, stored back if it fails part-way.
+    CloudChangeTokenPtr startToken;
+    bool savedAPage = false;
     PullResult result;
     std::function<void(CloudResult<PullResult>)> completion;
 };
@@ -146,6 +149,7 @@ void CloudSyncEngine::pull(std::function<void(CloudResult<PullResult>)> completi
             auto run = std::make_shared<PullRun>();
             run->database = opened.value();
             run->token = state_.loadChangeToken();
+            run->startToken = run->token;
             run->completion = std::move(completion);
             fetchPage(std::move(run));
         });
@@ -175,6 +179,7 @@ void CloudSyncEngine::pageArrived(std::shared_ptr<PullRun> run, CloudResult<Clou
         // Saved before the next page is asked for, so a later failure does
         // not fetch these pages again.
         state_.saveChangeToken(page.value().changeToken);
+        run->savedAPage = true;
         if (page.value().moreComing) {
             run->token = page.value().changeToken;
             return fetchPage(std::move(run));
@@ -190,6 +195,8 @@ void CloudSyncEngine::pageArrived(std::shared_ptr<PullRun> run, CloudResult<Clou
         state_.defaults().remove(state_.changeTokenKey());
         result = PullResult{{}, {}, true};
         run->token = nullptr;
+        run->startToken = nullptr;
+        run->savedAPage = false;
         return fetchPage(std::move(run));
     }
     if (error.isCloudKit(CloudErrorCode::zoneNotFound) || error.isCloudKit(CloudErrorCode::userDeletedZone)) {
@@ -203,6 +210,9 @@ void CloudSyncEngine::pageArrived(std::shared_ptr<PullRun> run, CloudResult<Clou
         });
     }
     syncLog("Pull failed: " + error.description);
+    // The pages already received never reach the store; without the older
+    // token they would never be fetched again.
+    if (run->savedAPage) state_.saveChangeToken(run->startToken);
     run->completion(error);
 }
 

@@ -129,23 +129,33 @@ constexpr std::int64_t zoneDeletedByUser = 2;
 
 const char* const tokenPrefix = "standin:";
 
-std::string tokenBytes(std::int64_t generation, std::int64_t sequence) {
-    return tokenPrefix + std::to_string(generation) + ":" + std::to_string(sequence);
+// A token names a zone generation and a position in its change sequence. A
+// token in the middle of a fetch from the beginning is marked "whole": it
+// skips tombstones and so cannot miss compacted ones.
+struct TokenPosition {
+    std::int64_t generation = 0;
+    std::int64_t sequence = 0;
+    bool whole = false;
+};
+
+std::string tokenBytes(const TokenPosition& position) {
+    return tokenPrefix + std::to_string(position.generation) + ":" + std::to_string(position.sequence) +
+           (position.whole ? ":whole" : ":delta");
 }
 
-// Generation and sequence of one of our tokens.
-std::optional<std::pair<std::int64_t, std::int64_t>> parseToken(const CloudChangeToken& token) {
+std::optional<TokenPosition> parseToken(const CloudChangeToken& token) {
     const auto* opaque = dynamic_cast<const OpaqueChangeToken*>(&token);
     if (!opaque || opaque->bytes().rfind(tokenPrefix, 0) != 0) return std::nullopt;
     const std::string rest = opaque->bytes().substr(std::strlen(tokenPrefix));
-    const auto colon = rest.find(':');
-    if (colon == std::string::npos) return std::nullopt;
     char* end = nullptr;
-    const long long generation = std::strtoll(rest.c_str(), &end, 10);
-    if (end != rest.c_str() + colon) return std::nullopt;
-    const long long sequence = std::strtoll(rest.c_str() + colon + 1, &end, 10);
-    if (*end != '\0') return std::nullopt;
-    return std::pair<std::int64_t, std::int64_t>{generation, sequence};
+    TokenPosition position;
+    position.generation = std::strtoll(rest.c_str(), &end, 10);
+    if (*end != ':') return std::nullopt;
+    position.sequence = std::strtoll(end + 1, &end, 10);
+    const std::string kind(end);
+    if (kind != ":whole" && kind != ":delta") return std::nullopt;
+    position.whole = kind == ":whole";
+    return position;
 }
 
 CloudError storageError(const std::string& what) {
@@ -265,15 +275,16 @@ CloudResult<CloudZoneChanges> SqliteCloudDatabase::fetchLocked(const CloudZoneID
     if (auto error = zoneError(zoneID.zoneName)) return *error;
     const Zone zone = *loadZone(zoneID.zoneName);
 
-    std::int64_t since = 0;
+    TokenPosition from{zone.generation, 0, true};
     if (token) {
         const auto parsed = parseToken(*token);
-        if (!parsed || parsed->first != zone.generation || parsed->second < zone.expiredBefore ||
-            parsed->second > zone.sequence) {
+        if (!parsed || parsed->generation != zone.generation || parsed->sequence > zone.sequence ||
+            (!parsed->whole && parsed->sequence < zone.expiredBefore)) {
             return CloudError::cloudKit(CloudErrorCode::changeTokenExpired, "The change token has expired");
         }
-        since = parsed->second;
+        from = *parsed;
     }
+    const std::int64_t since = from.sequence;
 
     Statement query(db_,
                     "SELECT name, type, fields, modified, sequence, deleted FROM records"
@@ -293,16 +304,17 @@ CloudResult<CloudZoneChanges> SqliteCloudDatabase::fetchLocked(const CloudZoneID
         last = query.integer(4);
         CloudRecordID recordID{query.text(0), zoneID};
         if (query.integer(5) != 0) {
-            // A client without a token has nothing to delete.
-            if (token) changes.deletions.push_back(std::move(recordID));
+            // A client fetching from the beginning has nothing to delete.
+            if (!from.whole) changes.deletions.push_back(std::move(recordID));
             continue;
         }
         CloudRecord record{query.text(1), recordID, decodeFields(query.text(2)), Date(query.real(3))};
         changes.modifications.emplace_back(std::move(recordID), std::move(record));
     }
     if (!changes.moreComing && !query.done()) return storageError(query.error());
-    if (!changes.moreComing) last = zone.sequence;
-    changes.changeToken = std::make_shared<OpaqueChangeToken>(tokenBytes(zone.generation, last));
+    const TokenPosition next = changes.moreComing ? TokenPosition{zone.generation, last, from.whole}
+                                                  : TokenPosition{zone.generation, zone.sequence, false};
+    changes.changeToken = std::make_shared<OpaqueChangeToken>(tokenBytes(next));
     return changes;
 }
 
