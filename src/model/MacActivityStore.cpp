@@ -26,7 +26,8 @@ MacActivityStore::MacActivityStore(Dependencies dependencies)
       output_(dependencies.output),
       syncMessage_(strings_.text("mac.sync.pending")),
       selectedDate_(clock_.now()),
-      cloud_(defaults_),
+      cloud_(MacCloudSync::Dependencies{defaults_, scheduler_, dependencies.cloudDatabase, dependencies.systemLog,
+                                        dependencies.changeTokenArchive, output_}),
       cloudSyncDisabled_(dependencies.cloudSyncDisabled) {
     loadBlocks();
     splitMidnightSpanningBlocks();
@@ -173,11 +174,6 @@ void MacActivityStore::markDirtyAndUpload(const std::vector<MacDayBlock>& change
     if (cloudSyncDisabled_) return;
     cloud_.markBlocksDirty(changed);
     startUpload(changed);
-}
-
-void MacActivityStore::pushPending(std::vector<MacDayBlock>, bool, std::function<void()> finished) {
-    // No cloud engine is attached yet: the marks stay for a later sync.
-    if (finished) scheduler_.post(std::move(finished));
 }
 
 }  // namespace plenda

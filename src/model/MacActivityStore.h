@@ -15,7 +15,10 @@
 namespace plenda {
 
 class Calendar;
+class ChangeTokenArchive;
 class Clock;
+class CloudDatabase;
+class SystemLog;
 class Defaults;
 class Files;
 class StringTable;
@@ -35,6 +38,12 @@ public:
         bool cloudSyncDisabled = false;
         std::function<Uuid()> makeUuid = &Uuid::random;
         std::ostream& output = std::cout;
+        // The user's private cloud database; null when none is configured,
+        // which sync reports as unavailable.
+        CloudDatabase* cloudDatabase = nullptr;
+        SystemLog* systemLog = nullptr;
+        // Null: change tokens are stored as their own bytes.
+        const ChangeTokenArchive* changeTokenArchive = nullptr;
     };
 
     static constexpr std::string_view storageKey = "userDayBlocks";
@@ -81,10 +90,15 @@ public:
     void changeCategory(const MacActivitySummary& summary, MacBlockCategory category);
     void deleteSummary(const MacActivitySummary& summary);
 
+    // Cloud sync: pull, merge, push everything pending; `finished` runs on the
+    // main thread once the status is final (also when nothing was started).
+    void syncNow(std::function<void()> finished = {});
     // Sends pending changes for `blocks` (and every pending deletion) to the
-    // cloud, then calls `finished` on the main thread.
+    // cloud on the worker, then calls `finished` on the main thread.
     void pushPending(std::vector<MacDayBlock> blocks, bool pruneStale,
                      std::function<void()> finished = {});
+    // Last writer wins; ties keep the local block.
+    void applyPulled(const std::vector<CloudRecordEnvelope>& changed, const std::vector<Uuid>& deleted);
 
 private:
     void loadBlocks();
@@ -94,6 +108,11 @@ private:
     // Main-thread task that uploads after an edit.
     void startUpload(std::vector<MacDayBlock> blocks, std::function<void()> finished = {});
     void markDirtyAndUpload(const std::vector<MacDayBlock>& changed);
+    void setSyncMessage(std::string_view key);
+    // Main thread, after a push: forgets the dirty marks whose block is still
+    // the version that was sent, or that no longer has a block.
+    void settlePush(const std::vector<MacDayBlock>& sent, const IdSet& savedIDs, const IdSet& deletedIDs,
+                    const IdSet& staleCandidates);
     double mergeGapLimit() const;
     double minutesOn(Date date) const;
 

@@ -1,6 +1,15 @@
 #include "sync/CloudSyncState.h"
 
+#include "platform/OpaqueChangeToken.h"
+
 namespace plenda {
+
+namespace {
+const OpaqueChangeTokenArchive opaqueArchive;
+}
+
+CloudSyncState::CloudSyncState(Defaults& defaults, std::string prefix, const ChangeTokenArchive* archive)
+    : defaults_(defaults), prefix_(std::move(prefix)), archive_(archive ? *archive : opaqueArchive) {}
 
 IdSet CloudSyncState::readIDs(std::string_view key) const {
     IdSet ids;
@@ -61,13 +70,17 @@ void CloudSyncState::clearPendingDeletes(const IdSet& ids) {
     writePendingDeleteIDs(pending);
 }
 
-std::optional<Data> CloudSyncState::loadChangeToken() const {
-    return defaults_.data(changeTokenKey());
+CloudChangeTokenPtr CloudSyncState::loadChangeToken() const {
+    const auto bytes = defaults_.data(changeTokenKey());
+    if (!bytes) return nullptr;
+    return archive_.unarchive(*bytes);
 }
 
-void CloudSyncState::saveChangeToken(const std::optional<Data>& token) {
-    if (token) {
-        defaults_.setData(changeTokenKey(), *token);
+void CloudSyncState::saveChangeToken(const CloudChangeTokenPtr& token) {
+    std::optional<Data> bytes;
+    if (token) bytes = archive_.archive(*token);
+    if (bytes) {
+        defaults_.setData(changeTokenKey(), std::move(*bytes));
     } else {
         defaults_.remove(changeTokenKey());
     }

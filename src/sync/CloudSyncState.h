@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/Uuid.h"
+#include "platform/ChangeTokenArchive.h"
 #include "platform/Defaults.h"
 
 #include <mutex>
@@ -20,8 +21,9 @@ using IdSet = std::set<Uuid>;
 // serialised by one lock; plain reads take none.
 class CloudSyncState {
 public:
-    explicit CloudSyncState(Defaults& defaults, std::string prefix = "cloudSync.dayBlocks")
-        : defaults_(defaults), prefix_(std::move(prefix)) {}
+    // Without an archive, change tokens are stored as their own bytes.
+    explicit CloudSyncState(Defaults& defaults, std::string prefix = "cloudSync.dayBlocks",
+                            const ChangeTokenArchive* archive = nullptr);
 
     Defaults& defaults() const { return defaults_; }
     std::string stateKey(std::string_view suffix) const { return prefix_ + std::string(suffix); }
@@ -40,16 +42,18 @@ public:
     void clearDirty(const IdSet& ids);
     void clearPendingDeletes(const IdSet& ids);
 
-    // The archived server change token, as stored; none before the first
-    // pull page and after a reset.
-    std::optional<Data> loadChangeToken() const;
-    void saveChangeToken(const std::optional<Data>& token);
+    // The zone's server change token; none before the first pull page, after
+    // a reset, and when the stored bytes do not unarchive (they stay stored).
+    CloudChangeTokenPtr loadChangeToken() const;
+    // None, or a token that cannot be archived, removes the entry.
+    void saveChangeToken(const CloudChangeTokenPtr& token);
 
 private:
     void writeIDs(const std::string& key, const IdSet& ids);
 
     Defaults& defaults_;
     const std::string prefix_;
+    const ChangeTokenArchive& archive_;
     std::mutex lock_;
 };
 

@@ -2,6 +2,11 @@
 
 namespace plenda {
 
+MacCloudSync::MacCloudSync(Dependencies dependencies)
+    : state_(dependencies.defaults, "cloudSync.dayBlocks", dependencies.changeTokenArchive),
+      engine_(CloudSyncEngine::Dependencies{state_, dependencies.scheduler, dependencies.database,
+                                            dependencies.systemLog, dependencies.output}) {}
+
 void MacCloudSync::markBlocksDirty(const std::vector<MacDayBlock>& blocks) {
     std::vector<Uuid> ids;
     ids.reserve(blocks.size());

@@ -1,19 +1,32 @@
 #pragma once
 
 #include "model/MacDayBlock.h"
+#include "sync/CloudSyncEngine.h"
 #include "sync/CloudSyncState.h"
 
+#include <iostream>
 #include <vector>
 
 namespace plenda {
 
-// The store's side of cloud sync: the bookkeeping it marks edits in.
+// The store's side of cloud sync: the bookkeeping it marks edits in and the
+// engine that talks to the cloud.
 class MacCloudSync {
 public:
-    explicit MacCloudSync(Defaults& defaults) : state_(defaults) {}
+    struct Dependencies {
+        Defaults& defaults;
+        Scheduler& scheduler;
+        CloudDatabase* database = nullptr;
+        SystemLog* systemLog = nullptr;
+        const ChangeTokenArchive* changeTokenArchive = nullptr;
+        std::ostream& output = std::cout;
+    };
+
+    explicit MacCloudSync(Dependencies dependencies);
 
     CloudSyncState& state() { return state_; }
     const CloudSyncState& state() const { return state_; }
+    CloudSyncEngine& engine() { return engine_; }
 
     void markBlocksDirty(const std::vector<MacDayBlock>& blocks);
     // Something is dirty or pending deletion.
@@ -21,6 +34,7 @@ public:
 
 private:
     CloudSyncState state_;
+    CloudSyncEngine engine_;
 };
 
 }  // namespace plenda

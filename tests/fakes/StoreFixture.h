@@ -30,6 +30,8 @@ protected:
     KeyStringTable strings;
     std::ostringstream output;
     bool cloudSyncDisabled = false;
+    CloudDatabase* cloudDatabase = nullptr;
+    SystemLog* systemLog = nullptr;
     std::unique_ptr<MacActivityStore> store;
 
     // 2023-01-01 00:00:00 UTC; tests move the clock forward from here.
@@ -47,7 +49,8 @@ protected:
     MacActivityStore& makeStore() {
         store.reset();
         store = std::make_unique<MacActivityStore>(MacActivityStore::Dependencies{
-            scheduler, scheduler, calendar, defaults, files, strings, cloudSyncDisabled, &Uuid::random, output});
+            scheduler, scheduler, calendar, defaults, files, strings, cloudSyncDisabled, &Uuid::random, output,
+            cloudDatabase, systemLog});
         return *store;
     }
     IdSet dirtyIDs() const { return store->cloud().state().readIDs(store->cloud().state().dirtyKey()); }

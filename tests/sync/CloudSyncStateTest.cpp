@@ -1,4 +1,6 @@
 #include "fakes/MemoryDefaults.h"
+#include "fakes/VirtualScheduler.h"
+#include "platform/OpaqueChangeToken.h"
 #include "sync/CloudSyncState.h"
 #include "sync/MacCloudSync.h"
 
@@ -77,9 +79,11 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(SyncState, ChangeTokenRoundTripsAndNoneRemovesIt) {
     EXPECT_FALSE(state.loadChangeToken());
-    state.saveChangeToken(Data{"token-1"});
-    EXPECT_EQ(state.loadChangeToken(), Data{"token-1"});
-    state.saveChangeToken(std::nullopt);
+    state.saveChangeToken(std::make_shared<OpaqueChangeToken>("token-1"));
+    const auto loaded = std::dynamic_pointer_cast<const OpaqueChangeToken>(state.loadChangeToken());
+    ASSERT_TRUE(loaded);
+    EXPECT_EQ(loaded->bytes(), "token-1");
+    state.saveChangeToken(nullptr);
     EXPECT_FALSE(state.loadChangeToken());
     EXPECT_FALSE(defaults.contains("cloudSync.dayBlocks.zoneChangeToken"));
     defaults.set("cloudSync.dayBlocks.zoneChangeToken", "not data");
@@ -102,7 +106,8 @@ TEST_F(SyncState, ConcurrentMarksAndClearsLoseNothing) {
 
 TEST(MacCloudSyncFacade, PendingMeansDirtyOrDeleted) {
     MemoryDefaults defaults;
-    MacCloudSync cloud(defaults);
+    VirtualScheduler scheduler;
+    MacCloudSync cloud({defaults, scheduler});
     EXPECT_FALSE(cloud.hasPendingChanges());
     cloud.state().markDeleted({a});
     EXPECT_TRUE(cloud.hasPendingChanges());

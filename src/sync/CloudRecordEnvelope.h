@@ -1,0 +1,35 @@
+#pragma once
+
+#include "model/Date.h"
+#include "model/Uuid.h"
+#include "platform/CloudDatabase.h"
+
+#include <optional>
+#include <string>
+
+namespace plenda {
+
+// What crosses between the store and the engine: a block's id, its JSON and
+// its last-change time. The engine never looks inside the payload.
+struct CloudRecordEnvelope {
+    Uuid id;
+    std::string payload;
+    Date modifiedAt;
+    bool operator==(const CloudRecordEnvelope&) const = default;
+};
+
+inline constexpr const char* dayBlockRecordType = "DayBlock";
+inline constexpr const char* dayBlocksZoneName = "DayBlocks";
+inline constexpr const char* payloadField = "payload";
+inline constexpr const char* modifiedAtField = "modifiedAt";
+
+inline CloudZoneID dayBlocksZoneID() { return CloudZoneID{dayBlocksZoneName, cloudCurrentUserName}; }
+
+// A fresh record (no server change tag) holding exactly the two fields.
+CloudRecord makeRecord(const CloudRecordEnvelope& envelope, const CloudZoneID& zoneID = dayBlocksZoneID());
+// None when the record name is not a UUID or there is no byte payload. A
+// missing date falls back to the server's modification date, then the
+// distant past.
+std::optional<CloudRecordEnvelope> makeEnvelope(const CloudRecord& record);
+
+}  // namespace plenda

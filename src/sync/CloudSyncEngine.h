@@ -1,0 +1,122 @@
+#pragma once
+
+#include "model/Uuid.h"
+#include "platform/CloudDatabase.h"
+#include "platform/Scheduler.h"
+#include "sync/CloudRecordEnvelope.h"
+#include "sync/CloudSyncState.h"
+
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace plenda {
+
+class SystemLog;
+
+inline constexpr const char* cloudContainerIdentifier = "iCloud.app.plenda.Plenda";
+inline constexpr const char* syncLogSubsystem = "app.plenda.Plenda.sync";
+inline constexpr const char* syncLogCategory = "CloudSync";
+
+// The engine's own error: sync cannot run (no usable account, or latched off).
+namespace CloudSyncError {
+inline constexpr const char* domain = "CloudSyncError";
+inline CloudError unavailable() { return CloudError{domain, 0, "iCloud is unavailable"}; }
+}  // namespace CloudSyncError
+
+struct PullResult {
+    std::vector<CloudRecordEnvelope> changed;
+    std::vector<Uuid> deleted;
+    bool fullRefetch = false;
+};
+
+struct PushResult {
+    IdSet savedIDs;
+    IdSet deletedIDs;
+};
+
+// The only component that talks to the cloud database. An actor: its fields
+// are touched only by tasks on the scheduler's serial worker, and every wait
+// on the database ends in a continuation posted back to that worker, so
+// operations run one step at a time and interleave only at their requests.
+// Public operations may be called from any thread; their completions run on
+// the worker.
+class CloudSyncEngine {
+public:
+    struct Dependencies {
+        CloudSyncState& state;
+        Scheduler& scheduler;
+        // Null: no cloud is configured, which answers like a missing account.
+        CloudDatabase* database = nullptr;
+        SystemLog* systemLog = nullptr;
+        std::ostream& output = std::cout;
+        std::string containerIdentifier = cloudContainerIdentifier;
+    };
+
+    static constexpr std::size_t pushBatchLimit = 350;
+
+    explicit CloudSyncEngine(Dependencies dependencies);
+    ~CloudSyncEngine();
+    CloudSyncEngine(const CloudSyncEngine&) = delete;
+    CloudSyncEngine& operator=(const CloudSyncEngine&) = delete;
+
+    const std::string& containerIdentifier() const { return containerIdentifier_; }
+    const std::string& recordType() const { return recordType_; }
+    const CloudZoneID& zoneID() const { return zoneID_; }
+
+    void pull(std::function<void(CloudResult<PullResult>)> completion);
+    void push(std::vector<CloudRecordEnvelope> saving, std::vector<Uuid> deleting,
+              std::function<void(CloudResult<PushResult>)> completion);
+    // After a system wake: forget the latch and the cached database so the
+    // next operation examines the account afresh. Ordered with the others.
+    void resetAvailability(std::function<void()> completion = {});
+    // For diagnostics and the quit path; a snapshot taken on the worker.
+    void readAvailability(std::function<void(bool isUnavailable, bool hasDatabase)> completion);
+
+    // Standard output and the system log, one line each.
+    void syncLog(const std::string& message);
+
+private:
+    struct PullRun;
+    struct PushRun;
+    using DatabaseCompletion = std::function<void(CloudResult<CloudDatabase*>)>;
+    using ZoneCompletion = std::function<void(std::optional<CloudError>)>;
+
+    // Runs `task` on the worker while the engine lives.
+    void onWorker(std::function<void()> task);
+    void database(DatabaseCompletion completion);
+    void finishAccountCheck(CloudResult<CloudAccountStatus> status, DatabaseCompletion completion);
+    void ensureZone(CloudDatabase& database, ZoneCompletion completion);
+    // Both steps every operation starts with.
+    void prepare(DatabaseCompletion completion);
+    void fetchPage(std::shared_ptr<PullRun> run);
+    void pageArrived(std::shared_ptr<PullRun> run, CloudResult<CloudZoneChanges> page);
+    void sendBatch(std::shared_ptr<PushRun> run);
+    void batchArrived(std::shared_ptr<PushRun> run, CloudResult<CloudModifyResults> results);
+    // Modify requests go out one at a time, across all pushes, so the server
+    // receives versions of a record in the order they were sent.
+    void startNextModify();
+
+    CloudSyncState& state_;
+    Scheduler& scheduler_;
+    CloudDatabase* platformDatabase_;
+    SystemLog* systemLog_;
+    std::ostream& output_;
+    const std::string containerIdentifier_;
+    const std::string recordType_ = dayBlockRecordType;
+    const CloudZoneID zoneID_ = dayBlocksZoneID();
+
+    // Worker only.
+    CloudDatabase* cachedDatabase_ = nullptr;
+    bool isUnavailable_ = false;
+    std::deque<std::function<void()>> queuedModifies_;
+    bool modifyInFlight_ = false;
+
+    Lifetime lifetime_;
+};
+
+}  // namespace plenda

@@ -1,0 +1,64 @@
+#include "sync/CloudRecordEnvelope.h"
+
+#include <gtest/gtest.h>
+
+namespace plenda {
+namespace {
+
+const CloudRecordEnvelope envelope{*Uuid::parse("6f1c2a3b-4d5e-4f60-8a7b-9c0d1e2f3a4b"), "{\"id\":1}", Date(700000000.25)};
+
+TEST(CloudRecordFormat, RecordRoundTripsAndIsNamedInUpperCase) {
+    const CloudRecord record = makeRecord(envelope);
+    EXPECT_EQ(record.recordType, "DayBlock");
+    EXPECT_EQ(record.recordID.recordName, "6F1C2A3B-4D5E-4F60-8A7B-9C0D1E2F3A4B");
+    EXPECT_EQ(record.recordID.zoneID, (CloudZoneID{"DayBlocks", "__defaultOwner__"}));
+    EXPECT_EQ(record.fields.size(), 2u) << "no field beyond payload and modifiedAt";
+    EXPECT_EQ(makeEnvelope(record), envelope);
+}
+
+struct ConversionCase {
+    const char* name;
+    std::function<void(CloudRecord&)> change;
+    std::optional<Date> expectedDate;  // none: no envelope
+};
+
+class RecordConversion : public ::testing::TestWithParam<ConversionCase> {};
+
+TEST_P(RecordConversion, YieldsTheExpectedEnvelope) {
+    CloudRecord record = makeRecord(envelope);
+    GetParam().change(record);
+    const auto converted = makeEnvelope(record);
+    ASSERT_EQ(converted.has_value(), GetParam().expectedDate.has_value());
+    if (converted) {
+        EXPECT_EQ(converted->modifiedAt, *GetParam().expectedDate);
+        EXPECT_EQ(converted->payload, envelope.payload);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, RecordConversion,
+    ::testing::Values(
+        ConversionCase{"nameNotUuid", [](CloudRecord& r) { r.recordID.recordName = "today"; }, std::nullopt},
+        ConversionCase{"noPayload", [](CloudRecord& r) { r.fields.erase("payload"); }, std::nullopt},
+        ConversionCase{"payloadIsText", [](CloudRecord& r) { r.fields["payload"] = std::string("{}"); }, std::nullopt},
+        ConversionCase{"lowerCaseName",
+                       [](CloudRecord& r) { r.recordID.recordName = "6f1c2a3b-4d5e-4f60-8a7b-9c0d1e2f3a4b"; },
+                       Date(700000000.25)},
+        ConversionCase{"noDateUsesServerDate",
+                       [](CloudRecord& r) {
+                           r.fields.erase("modifiedAt");
+                           r.modificationDate = Date(5);
+                       },
+                       Date(5)},
+        ConversionCase{"dateOfWrongTypeUsesServerDate",
+                       [](CloudRecord& r) {
+                           r.fields["modifiedAt"] = 12.0;
+                           r.modificationDate = Date(6);
+                       },
+                       Date(6)},
+        ConversionCase{"noDateAtAllIsDistantPast", [](CloudRecord& r) { r.fields.erase("modifiedAt"); },
+                       Date::distantPast()}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+}  // namespace
+}  // namespace plenda

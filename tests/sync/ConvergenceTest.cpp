@@ -1,0 +1,147 @@
+// Two devices of one account edit their days and sync through one faulty
+// cloud; once the faults stop, both must hold the same blocks with every
+// local change kept.
+#include "fakes/KeyStringTable.h"
+#include "fakes/MemoryDefaults.h"
+#include "fakes/MemoryFiles.h"
+#include "fakes/StoreFixture.h"
+#include "sync/CloudFaultInjector.h"
+#include "sync/SqliteCloudDatabase.h"
+#include "views/MacActivitySummary.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+#include <set>
+
+namespace plenda {
+namespace {
+
+struct Device {
+    Device(VirtualScheduler& scheduler, IcuCalendar& calendar, CloudDatabase& server, std::uint64_t seed)
+        : cloud(server) {
+        cloud.failAtRandom(0.2, seed);
+        store = std::make_unique<MacActivityStore>(MacActivityStore::Dependencies{
+            scheduler, scheduler, calendar, defaults, files, strings, false, &Uuid::random, output, &cloud});
+    }
+    MemoryDefaults defaults;
+    MemoryFiles files;
+    KeyStringTable strings;
+    std::ostringstream output;
+    CloudFaultInjector cloud;
+    std::unique_ptr<MacActivityStore> store;
+};
+
+class Convergence : public ::testing::TestWithParam<std::uint64_t> {
+protected:
+    VirtualScheduler scheduler{localDate("Europe/Berlin", 2023, 5, 2, 7)};
+    IcuCalendar calendar{"Europe/Berlin"};
+    SqliteCloudDatabase server{SqliteCloudDatabase::Options{.pageSize = 7, .clock = &scheduler}};
+    std::mt19937_64 random{GetParam()};
+    std::map<Uuid, MacDayBlock> newestEdit;  // across both devices
+    std::set<Uuid> deleted;
+
+    int pick(int n) { return std::uniform_int_distribution<int>(0, n - 1)(random); }
+
+    // One user action on `device`, remembering what it changed.
+    void act(Device& device) {
+        static const std::vector<std::string> titles{"Mail", "Xcode · plenda", "github.com", "Notes", "Slack"};
+        MacActivityStore& store = *device.store;
+        const auto before = store.blocks();
+        const Date now = scheduler.now();
+        const std::string title = titles[static_cast<std::size_t>(pick(static_cast<int>(titles.size())))];
+        const auto category = allCategories[static_cast<std::size_t>(pick(3))];
+        const int action = pick(10);
+        if (action < 7 || before.empty()) {
+            store.recordSession(title, category, now - 20 - pick(60), now, "Logged automatically on Mac");
+        } else {
+            const MacDayBlock& target = before[static_cast<std::size_t>(pick(static_cast<int>(before.size())))];
+            MacActivitySummary summary;
+            summary.title = target.title;
+            summary.category = target.category;
+            if (action < 9) {
+                store.changeCategory(summary, allCategories[static_cast<std::size_t>(3 + pick(3))]);
+            } else {
+                store.deleteSummary(summary);
+            }
+        }
+        std::map<Uuid, MacDayBlock> after;
+        for (const auto& block : store.blocks()) after.emplace(block.id, block);
+        for (const auto& block : before) {
+            if (!after.contains(block.id)) deleted.insert(block.id);
+        }
+        for (const auto& [id, block] : after) {
+            auto& newest = newestEdit[id];
+            if (block.lastModified() > newest.lastModified()) newest = block;
+        }
+    }
+};
+
+TEST_P(Convergence, TwoDevicesThroughAFaultyCloudEndEqualWithNothingLost) {
+    Device mac(scheduler, calendar, server, GetParam() * 2 + 1);
+    Device laptop(scheduler, calendar, server, GetParam() * 2 + 2);
+    Device* devices[] = {&mac, &laptop};
+
+    for (int round = 0; round < 200; ++round) {
+        for (Device* device : devices) {
+            for (int i = pick(3); i > 0; --i) {
+                scheduler.advance(7);
+                act(*device);
+            }
+        }
+        if (pick(20) == 0) devices[pick(2)]->cloud.expireToken();
+        if (round % 40 == 39) server.compactTombstones(dayBlocksZoneID());
+        if (round == 100) server.deleteZone(dayBlocksZoneID(), true);
+        devices[pick(2)]->store->syncNow();
+        scheduler.advance(5);
+        devices[pick(2)]->store->syncNow();
+        scheduler.advance(5);
+    }
+
+    for (Device* device : devices) device->cloud.failAtRandom(0, 0);
+    for (int i = 0; i < 2; ++i) {
+        for (Device* device : devices) {
+            device->store->syncNow();
+            scheduler.advance(5);
+        }
+    }
+
+    auto sorted = [](std::vector<MacDayBlock> blocks) {
+        std::sort(blocks.begin(), blocks.end(), [](const auto& a, const auto& b) { return a.id < b.id; });
+        return blocks;
+    };
+    const auto macBlocks = sorted(mac.store->blocks());
+    const auto laptopBlocks = sorted(laptop.store->blocks());
+    std::map<Uuid, MacDayBlock> onLaptop;
+    for (const auto& block : laptopBlocks) onLaptop.emplace(block.id, block);
+    for (const auto& block : macBlocks) {
+        const auto found = onLaptop.find(block.id);
+        EXPECT_TRUE(found != onLaptop.end() && found->second == block)
+            << block.id.string() << " differs; deleted somewhere: " << deleted.contains(block.id)
+            << "; on laptop: " << (found != onLaptop.end()) << "; mac modified " << block.lastModified().seconds
+            << (found != onLaptop.end() ? " laptop modified " + std::to_string(found->second.lastModified().seconds)
+                                        : std::string());
+    }
+    ASSERT_EQ(macBlocks.size(), laptopBlocks.size());
+    EXPECT_FALSE(mac.store->cloud().hasPendingChanges());
+    EXPECT_FALSE(laptop.store->cloud().hasPendingChanges());
+    EXPECT_EQ(server.records(dayBlocksZoneID()).size(), macBlocks.size());
+
+    std::map<Uuid, MacDayBlock> final;
+    for (const auto& block : macBlocks) final.emplace(block.id, block);
+    std::size_t checked = 0;
+    for (const auto& [id, newest] : newestEdit) {
+        if (deleted.contains(id)) continue;
+        ASSERT_TRUE(final.contains(id)) << "a block nobody deleted is gone";
+        EXPECT_EQ(final.at(id), newest) << "the newest edit of a block was lost";
+        ++checked;
+    }
+    EXPECT_GT(checked, 50u);
+    EXPECT_GT(deleted.size(), 3u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, Convergence, ::testing::Values(1u, 2u, 3u));
+
+}  // namespace
+}  // namespace plenda
