@@ -18,7 +18,7 @@ DesktopEntries::DesktopEntries(const std::vector<std::string>& folders, const st
             QString id = path.mid(base.size() + 1);
             id.chop(static_cast<int>(std::string_view(".desktop").size()));
             id.replace('/', '-');
-            if (!entries_.contains(id.toStdString())) read(path.toStdString(), id.toStdString(), locale);
+            if (!entries_.contains(id.toStdString()) && !hidden_.contains(id.toStdString())) read(path.toStdString(), id.toStdString(), locale);
         }
     }
 }
@@ -58,7 +58,10 @@ void DesktopEntries::read(const std::string& path, const std::string& id, const 
         else if (key == "StartupWMClass") startupWMClass = value;
         else if (key == "Hidden") hidden = value == "true";
     }
-    if (hidden) return;
+    if (hidden) {
+        hidden_.insert(id);  // also hides the same id in later folders
+        return;
+    }
     std::string chosen = !nameForLocale.empty() ? nameForLocale : !nameForLanguage.empty() ? nameForLanguage : name;
     if (chosen.empty()) chosen = id;
     entries_.emplace(id, Entry{nfc(chosen), startupWMClass});

@@ -2,6 +2,7 @@
 
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -42,6 +43,7 @@ private:
     std::optional<DesktopApplication> byId(const std::string& id, bool ignoreCase) const;
 
     std::map<std::string, Entry> entries_;
+    std::set<std::string> hidden_;
 };
 
 }  // namespace plenda
