@@ -1,0 +1,135 @@
+#include "fakes/MemoryDefaults.h"
+#include "fakes/ScriptedScriptRunner.h"
+#include "fakes/ScriptedWorkspace.h"
+#include "tracking/BrowserTabs.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace plenda {
+namespace {
+
+struct AddressCase {
+    std::string address;
+    std::optional<std::string> host;
+};
+
+class Addresses : public ::testing::TestWithParam<AddressCase> {};
+
+TEST_P(Addresses, HostIsCutFromAbsoluteAddresses) {
+    EXPECT_EQ(hostOfAddress(GetParam().address), GetParam().host) << GetParam().address;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Texts, Addresses,
+    ::testing::Values(AddressCase{"https://www.example.org/a/b?c#d", "www.example.org"},
+                      AddressCase{"http://user:pw@Example.COM:8080/x", "Example.COM"},
+                      AddressCase{"https://[::1]:3000/", "::1"}, AddressCase{"https://a.b", "a.b"},
+                      AddressCase{"chrome://settings/", "settings"}, AddressCase{"file:///Users/me/a.html", std::nullopt},
+                      AddressCase{"about:blank", std::nullopt}, AddressCase{"", std::nullopt},
+                      AddressCase{"not an address", std::nullopt}, AddressCase{"example.org", std::nullopt},
+                      AddressCase{"https://exa mple.org/", std::nullopt}, AddressCase{"https://:80/", std::nullopt},
+                      AddressCase{"https://a.org:8x/", std::nullopt}, AddressCase{"1http://a.org/", std::nullopt},
+                      AddressCase{"https://caf%C3%A9.fr/", "café.fr"}, AddressCase{"https://a%2/", std::nullopt}));
+
+class Browsers : public ::testing::Test {
+protected:
+    ScriptedScriptRunner scripts;
+    MemoryDefaults defaults;
+    ScriptedWorkspace workspace;
+    std::ostringstream output;
+    BrowserTabs tabs{scripts, defaults, workspace, output};
+
+    static const std::string& script(const char* id) { return browserScripts().at(id); }
+    std::optional<std::string> outcome() const { return defaults.string(BrowserTabs::outcomeKey); }
+};
+
+TEST_F(Browsers, TableHoldsFourExactScripts) {
+    ASSERT_EQ(browserScripts().size(), 4u);
+    EXPECT_EQ(script("com.apple.Safari"), "tell application \"Safari\" to return URL of current tab of front window");
+    EXPECT_EQ(script("com.microsoft.edgemac"),
+              "tell application \"Microsoft Edge\" to return URL of active tab of front window");
+}
+
+struct AnswerCase {
+    ScriptResult answer;
+    std::optional<std::string> host;
+    std::string outcome;
+};
+
+class Answers : public Browsers, public ::testing::WithParamInterface<AnswerCase> {};
+
+TEST_P(Answers, OutcomeKeyTellsWhatHappened) {
+    scripts.answers[script("com.brave.Browser")] = GetParam().answer;
+    EXPECT_EQ(tabs.browserHost("com.brave.Browser"), GetParam().host);
+    EXPECT_EQ(outcome(), GetParam().outcome);
+}
+
+using R = ScriptedScriptRunner;
+INSTANTIATE_TEST_SUITE_P(
+    Results, Answers,
+    ::testing::Values(AnswerCase{R::text("https://www.github.com/x"), "github.com", "ok github.com"},
+                      AnswerCase{R::text("https://WWW.github.com/"), "WWW.github.com", "ok WWW.github.com"},
+                      AnswerCase{R::text("https://www2.example.com/"), "www2.example.com", "ok www2.example.com"},
+                      AnswerCase{R::text("https://www.example.com:8443/"), "example.com", "ok example.com"},
+                      AnswerCase{R::text("file:///tmp/a.html"), std::nullopt, "empty com.brave.Browser"},
+                      AnswerCase{R::text(""), std::nullopt, "empty com.brave.Browser"},
+                      AnswerCase{R::text(std::nullopt), std::nullopt, "empty com.brave.Browser"},
+                      AnswerCase{R::error(-1728), std::nullopt, "error -1728 com.brave.Browser"},
+                      AnswerCase{R::error(0), std::nullopt, "error 0 com.brave.Browser"}));
+
+TEST_F(Browsers, UnsupportedOrUncreatableWritesNothing) {
+    EXPECT_EQ(tabs.browserHost("org.mozilla.firefox"), std::nullopt);
+    EXPECT_EQ(tabs.browserHost("com.apple.Safari"), std::nullopt);  // no answer: unavailable
+    EXPECT_EQ(outcome(), std::nullopt);
+    EXPECT_EQ(scripts.ran.size(), 1u);
+}
+
+TEST_F(Browsers, RefusedBrowserIsNotAskedAgainUntilTheProbe) {
+    scripts.answers[script("com.google.Chrome")] = R::error(ScriptRunner::notPermittedError);
+    EXPECT_EQ(tabs.browserHost("com.google.Chrome"), std::nullopt);
+    EXPECT_EQ(outcome(), "denied com.google.Chrome");
+    EXPECT_TRUE(tabs.browserAutomationDenied());
+    EXPECT_EQ(output.str(), "☁️ [SYNC] Automation denied for com.google.Chrome; using app name only\n");
+
+    defaults.setString(BrowserTabs::outcomeKey, "ok elsewhere.org");
+    EXPECT_EQ(tabs.browserHost("com.google.Chrome"), std::nullopt);
+    EXPECT_EQ(outcome(), "ok elsewhere.org");
+    EXPECT_EQ(scripts.ran.size(), 1u);
+    EXPECT_EQ(output.str().size(), std::string("☁️ [SYNC] Automation denied for com.google.Chrome; using app name only\n").size());
+
+    workspace.running = {{"com.google.Chrome", "Google Chrome", 3}};
+    scripts.answers[script("com.google.Chrome")] = R::text("https://a.org");
+    tabs.requestBrowserAutomation();
+    EXPECT_TRUE(tabs.deniedBrowsers().empty());
+    EXPECT_EQ(outcome(), "ok a.org");
+}
+
+TEST_F(Browsers, ProbeAsksEachRunningSupportedBrowserOnce) {
+    workspace.running = {{"com.apple.Safari", "Safari", 1},
+                         {"com.google.Chrome", "Google Chrome", 2},
+                         {std::nullopt, "helper", 3},
+                         {"org.mozilla.firefox", "Firefox", 4},
+                         {"com.google.Chrome", "Google Chrome", 5}};
+    scripts.answers[script("com.apple.Safari")] = R::error(ScriptRunner::notPermittedError);
+    scripts.answers[script("com.google.Chrome")] = R::text("https://a.org");
+    tabs.requestBrowserAutomation();
+    ASSERT_EQ(scripts.ran.size(), 2u);
+    EXPECT_EQ(std::count(scripts.ran.begin(), scripts.ran.end(), script("com.apple.Safari")), 1);
+    EXPECT_EQ(std::count(scripts.ran.begin(), scripts.ran.end(), script("com.google.Chrome")), 1);
+    // The key holds whichever was asked last.
+    const bool safariLast = scripts.ran.back() == script("com.apple.Safari");
+    EXPECT_EQ(tabs.browserAutomationDenied(), safariLast);
+}
+
+TEST_F(Browsers, DeniedTestReadsTheKey) {
+    EXPECT_FALSE(tabs.browserAutomationDenied());
+    defaults.set(BrowserTabs::outcomeKey, "deniedsomething");
+    EXPECT_TRUE(tabs.browserAutomationDenied());
+    defaults.set(BrowserTabs::outcomeKey, "error -1743 x");
+    EXPECT_FALSE(tabs.browserAutomationDenied());
+}
+
+}  // namespace
+}  // namespace plenda
