@@ -14,7 +14,7 @@ cleanup() {
   rm -rf "$work"
 }
 trap cleanup EXIT
-fail() { echo "FAIL: $*" >&2; echo "--- driver output" >&2; cat "$work/driver.log" >&2 || true; exit 1; }
+fail() { echo "FAIL: $*" >&2; cat "$work"/xterm*.log "$work/openbox.log" >&2 2>/dev/null; xdotool search --class . getwindowname %@ >&2 2>/dev/null; echo "--- driver output" >&2; cat "$work/driver.log" >&2 || true; exit 1; }
 now() { date +%s.%N; }
 # Waits up to `seconds` for a condition to hold.
 within() { local seconds=$1; shift; for _ in $(seq $((seconds * 10))); do "$@" && return 0; sleep 0.1; done; return 1; }
@@ -29,7 +29,7 @@ read -r -t 10 display <&3 || fail "Xvfb did not start"
 export DISPLAY=":$display"
 openbox >"$work/openbox.log" 2>&1 &
 pids+=($!)
-until_true xprop -root _NET_SUPPORTING_WM_CHECK >/dev/null 2>&1 || fail "openbox did not start"
+within 10 xprop -root _NET_SUPPORTING_WM_CHECK >/dev/null 2>&1 || fail "openbox did not start"
 
 export XDG_DATA_HOME="$work/data" XDG_CONFIG_HOME="$work/config" XDG_DATA_DIRS="$work/system"
 export PLENDA_DISABLE_CLOUD_SYNC=1
@@ -49,12 +49,12 @@ cat >"$XDG_CONFIG_HOME/Plenda/Plenda.json" <<'SETTINGS'
 SETTINGS
 
 window_of_class() { xdotool search --onlyvisible --class "$1" 2>/dev/null | head -1; }
-xterm -class jetbrains-idea -e sleep 600 &
+xterm -class jetbrains-idea -e sleep 600 2>"$work/xterm1.log" &
 pids+=($!)
-xterm -class Notizblock -e sleep 600 &
+xterm -class Notizblock -e sleep 600 2>"$work/xterm2.log" &
 pids+=($!)
-until_true window_of_class jetbrains-idea >/dev/null || fail "no IDE window"
-until_true window_of_class Notizblock >/dev/null || fail "no notebook window"
+within 15 window_of_class jetbrains-idea >/dev/null || fail "no IDE window"
+within 15 window_of_class Notizblock >/dev/null || fail "no notebook window"
 ide=$(window_of_class jetbrains-idea)
 notes=$(window_of_class Notizblock)
 xprop -id "$ide" -f _NET_WM_NAME 8u -set _NET_WM_NAME "webapp [~/src/webapp] – App.kt"

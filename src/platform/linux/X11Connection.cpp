@@ -37,8 +37,17 @@ X11Connection::~X11Connection() {
 void X11Connection::drain() {
     while (xcb_generic_event_t* event = xcb_poll_for_event(connection_)) {
         Reply<xcb_generic_event_t> owned(event, &std::free);
-        for (const auto& handler : handlers_) handler(*event);
+        const auto handlers = *handlers_;  // a handler may unsubscribe
+        for (const auto& [key, handler] : handlers) handler(*event);
     }
+}
+
+Subscription X11Connection::onEvent(EventHandler handler) {
+    const int key = nextHandler_++;
+    handlers_->emplace(key, std::move(handler));
+    return Subscription([weak = std::weak_ptr(handlers_), key] {
+        if (auto handlers = weak.lock()) handlers->erase(key);
+    });
 }
 
 void X11Connection::drainLater() {

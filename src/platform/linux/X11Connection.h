@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/Observers.h"
+
 #include <QObject>
 
 #include <xcb/xcb.h>
@@ -49,7 +51,7 @@ public:
 
     // Called for every event, on the main thread.
     using EventHandler = std::function<void(const xcb_generic_event_t&)>;
-    void onEvent(EventHandler handler) { handlers_.push_back(std::move(handler)); }
+    Subscription onEvent(EventHandler handler);
     // A reply may have pulled events off the socket into xcb's queue, where
     // the socket notifier cannot see them: hand them out in a later turn.
     void drainLater();
@@ -60,7 +62,8 @@ private:
     xcb_connection_t* connection_ = nullptr;
     xcb_window_t root_ = XCB_WINDOW_NONE;
     std::map<std::string, xcb_atom_t> atoms_;
-    std::vector<EventHandler> handlers_;
+    std::shared_ptr<std::map<int, EventHandler>> handlers_ = std::make_shared<std::map<int, EventHandler>>();
+    int nextHandler_ = 0;
     std::unique_ptr<QSocketNotifier> notifier_;
 };
 

@@ -31,7 +31,7 @@ X11Workspace::X11Workspace(X11Connection& x11, DesktopEntries entries, std::stri
     activeWindowAtom_ = x11_.atom("_NET_ACTIVE_WINDOW");
     lastWindow_ = x11_.activeWindow();
     if (lastWindow_) lastApplication_ = describe(*lastWindow_);
-    x11_.onEvent([this](const xcb_generic_event_t& event) {
+    events_ = x11_.onEvent([this](const xcb_generic_event_t& event) {
         if ((event.response_type & 0x7f) != XCB_PROPERTY_NOTIFY) return;
         const auto& notify = reinterpret_cast<const xcb_property_notify_event_t&>(event);
         if (notify.window == x11_.root() && notify.atom == activeWindowAtom_) activeWindowChanged();

@@ -50,6 +50,7 @@ private:
     Handlers<std::function<void()>> willSleep_;
     Handlers<std::function<void()>> didWake_;
     LogindSleepWatcher sleepWatcher_;
+    Subscription events_;
 };
 
 }  // namespace plenda
