@@ -1,5 +1,7 @@
 // The day window's whole redraw path over ten years of blocks: day query,
 // folding, treemap layout and painting offscreen.
+#include "SyntheticBlocks.h"
+
 #include "fakes/KeyStringTable.h"
 #include "fakes/MemoryDefaults.h"
 #include "fakes/MemoryFiles.h"
@@ -19,7 +21,6 @@
 #include <benchmark/benchmark.h>
 
 #include <memory>
-#include <random>
 
 namespace plenda {
 namespace {
@@ -27,7 +28,7 @@ namespace {
 constexpr int days = 3650;
 constexpr int blocksPerDay = 100;  // 365,000 blocks
 
-// A deterministic decade: 100 blocks a day over 24 titles in all categories.
+// A decade of realistic days, loaded the way the app loads its file.
 struct Decade {
     VirtualScheduler scheduler;
     IcuCalendar calendar{"Europe/Berlin"};
@@ -39,27 +40,7 @@ struct Decade {
 
     Decade() : scheduler(Date(0)) {
         const Date first(694224000.0);  // 2023-01-01
-        std::mt19937 random(7);
-        std::vector<MacDayBlock> blocks;
-        blocks.reserve(std::size_t(days) * blocksPerDay);
-        for (int day = 0; day < days; ++day) {
-            Date start = first + day * 86400.0 + 7 * 3600.0;
-            for (int i = 0; i < blocksPerDay; ++i) {
-                const double minutes = 1 + double(random() % 9);
-                const int title = int(random() % 24);
-                MacDayBlock block;
-                block.id = Uuid::random();
-                block.title = "Activity " + std::to_string(title);
-                block.category = allCategories[std::size_t(title) % allCategories.size()];
-                block.weight = minutes;
-                block.createdAt = start;
-                block.startDate = start;
-                block.endDate = start + minutes * 60;
-                block.blockType = "tracked";
-                blocks.push_back(std::move(block));
-                start = start + minutes * 60 + 20;
-            }
-        }
+        const auto blocks = syntheticBlocks(std::size_t(days) * blocksPerDay, first, blocksPerDay, 7);
         files.files["/home/user/.local/share/Plenda/blocks.json"] = *encodeBlocks(blocks);
         defaults.setBool(MacActivityStore::didSplitKey, true);
         scheduler.advanceTo(first + (days - 1) * 86400.0 + 20 * 3600.0);

@@ -26,7 +26,7 @@ constexpr std::array<const char*, 36> titles = {
 std::vector<MacDayBlock> syntheticBlocks(std::size_t count, Date firstDay, int perDay, std::uint64_t seed) {
     std::mt19937_64 random(seed);
     std::uniform_int_distribution<std::size_t> pickTitle(0, titles.size() - 1);
-    std::uniform_real_distribution<double> minutes(0.5, 25.0);
+    std::uniform_real_distribution<double> minutes(0.5, 12.0);  // about eleven tracked hours a day
     std::uniform_real_distribution<double> pause(5.0, 300.0);
 
     std::vector<MacDayBlock> blocks;
