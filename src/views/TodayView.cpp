@@ -75,7 +75,7 @@ TodayView::TodayView(MacActivityStore& store, const Clock& clock, const Calendar
     listLayout_->setContentsMargins(0, 0, 0, 0);
     listLayout_->setSpacing(0);
     listLayout_->addStretch(1);
-    listContent_->setAttribute(Qt::WA_TranslucentBackground);
+    listContent_->setAutoFillBackground(false);
     list_->setWidget(listContent_);
     list_->setWidgetResizable(true);
     list_->setFrameShape(QFrame::NoFrame);
@@ -89,11 +89,14 @@ TodayView::TodayView(MacActivityStore& store, const Clock& clock, const Calendar
     });
     connect(inner, &QScrollBar::valueChanged, scroller_, &QScrollBar::setValue);
     connect(scroller_, &QScrollBar::valueChanged, inner, &QScrollBar::setValue);
+    scroller_->setRange(0, 0);  // until the list reports its own range
     scroller_->hide();
     styleScroller();
+    // The rows sit on the window's own background, in either appearance.
     list_->viewport()->setAutoFillBackground(false);
-    list_->setAttribute(Qt::WA_TranslucentBackground);
-    list_->setStyleSheet(QStringLiteral("QScrollArea { background: transparent; }"));
+    listContent_->setObjectName(QStringLiteral("listContent"));
+    list_->setStyleSheet(QStringLiteral(
+        "QScrollArea, QScrollArea > QWidget, QWidget#listContent { background: transparent; }"));
 
     subscription_ = store_.observe([this] { reload(); });
     reload();

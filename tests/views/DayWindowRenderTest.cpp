@@ -6,10 +6,12 @@
 #include "views/TodayView.h"
 #include "views/TreemapView.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFontMetricsF>
 #include <QPixmap>
 #include <QScrollArea>
+#include <QScrollBar>
 
 namespace plenda {
 namespace {
@@ -52,6 +54,10 @@ TEST_P(DayWindowRender, DrawsWithoutCollisions) {
 
     TodayView view(*store, scheduler, calendar, icons, {});
     view.resize(c.size);
+    // Shown (offscreen) and laid out, as the user sees it after the first turn of the loop.
+    view.setAttribute(Qt::WA_DontShowOnScreen);
+    view.show();
+    QCoreApplication::processEvents();
     const QPixmap picture = view.grab();
     ASSERT_EQ(picture.size(), c.size * picture.devicePixelRatio());
 
@@ -69,6 +75,10 @@ TEST_P(DayWindowRender, DrawsWithoutCollisions) {
     const double textRight = 24 + std::max(title.horizontalAdvance(view.titleText()),
                                            subtitle.horizontalAdvance(view.subtitleText()));
     EXPECT_LT(textRight + 8, view.previousDayButton()->x());
+
+    // The thin scrollbar shows exactly when the rows do not fit.
+    const bool overflows = view.list()->widget()->height() > view.list()->viewport()->height();
+    EXPECT_EQ(view.scroller()->isVisible(), !view.isShowingEmptyState() && overflows);
 
     if (std::string(c.day) == "empty") {
         EXPECT_TRUE(view.isShowingEmptyState());
