@@ -103,7 +103,7 @@ void ActivityRow::paintEvent(QPaintEvent*) {
     painter.setFont(secondaryFont);
     const QString category = secondary.elidedText(categoryText(), Qt::ElideRight, available);
     painter.drawText(QPointF(left, secondBaseline), category);
-    const double sessionsLeft = left + secondary.horizontalAdvance(category) + 6;
+    const double sessionsLeft = left + secondary.horizontalAdvance(category + QLatin1Char(' '));
     painter.drawText(QPointF(sessionsLeft, secondBaseline),
                      secondary.elidedText(sessionsText(), Qt::ElideRight, std::max(left + available - sessionsLeft, 0.0)));
     painter.drawText(QPointF(right - secondary.horizontalAdvance(span), secondBaseline), span);
