@@ -55,16 +55,12 @@ CloudSyncEngine::CloudSyncEngine(Dependencies dependencies)
     : state_(dependencies.state),
       scheduler_(dependencies.scheduler),
       platformDatabase_(dependencies.database ? dependencies.database : &noAccountDatabase),
-      systemLog_(dependencies.systemLog),
-      output_(dependencies.output),
+      log_(dependencies.output, dependencies.systemLog),
       containerIdentifier_(std::move(dependencies.containerIdentifier)) {}
 
 CloudSyncEngine::~CloudSyncEngine() = default;
 
-void CloudSyncEngine::syncLog(const std::string& message) {
-    if (systemLog_) systemLog_->write(syncLogSubsystem, syncLogCategory, message);
-    output_ << ("\u2601\uFE0F [SYNC] " + message + "\n") << std::flush;
-}
+void CloudSyncEngine::syncLog(const std::string& message) { log_(message); }
 
 void CloudSyncEngine::onWorker(std::function<void()> task) {
     scheduler_.runOnWorker([alive = lifetime_.weak(), task = std::move(task)] {

@@ -5,6 +5,7 @@
 #include "platform/Scheduler.h"
 #include "sync/CloudRecordEnvelope.h"
 #include "sync/CloudSyncState.h"
+#include "sync/SyncLog.h"
 
 #include <cstddef>
 #include <deque>
@@ -19,8 +20,6 @@ namespace plenda {
 class SystemLog;
 
 inline constexpr const char* cloudContainerIdentifier = "iCloud.app.plenda.Plenda";
-inline constexpr const char* syncLogSubsystem = "app.plenda.Plenda.sync";
-inline constexpr const char* syncLogCategory = "CloudSync";
 
 // The engine's own error: sync cannot run (no usable account, or latched off).
 namespace CloudSyncError {
@@ -104,8 +103,7 @@ private:
     CloudSyncState& state_;
     Scheduler& scheduler_;
     CloudDatabase* platformDatabase_;
-    SystemLog* systemLog_;
-    std::ostream& output_;
+    SyncLog log_;
     const std::string containerIdentifier_;
     const std::string recordType_ = dayBlockRecordType;
     const CloudZoneID zoneID_ = dayBlocksZoneID();

@@ -6,6 +6,7 @@
 
 #include "model/MacDayBlockJson.h"
 #include "platform/StringTable.h"
+#include "sync/SyncLog.h"
 #include "tracking/CategoryRules.h"
 
 #include <algorithm>
@@ -15,8 +16,6 @@
 namespace plenda {
 
 namespace {
-
-const char* const syncLinePrefix = "\u2601\uFE0F [SYNC] ";
 
 std::unordered_map<Uuid, std::size_t> indexByID(const std::vector<MacDayBlock>& blocks) {
     std::unordered_map<Uuid, std::size_t> index;
@@ -52,8 +51,7 @@ void MacActivityStore::syncNow(std::function<void()> finished) {
     cloud_.engine().pull([this, alive = lifetime_.weak(), finished](CloudResult<PullResult> pulled) {
         if (alive.expired()) return;
         if (!pulled.ok()) {
-            output_ << (syncLinePrefix + std::string("Sync failed: ") + pulled.error().description + "\n")
-                    << std::flush;
+            SyncLog(output_, nullptr).toOutput("Sync failed: " + pulled.error().description);
             scheduler_.post([this, alive, finished] {
                 if (alive.expired()) return;
                 isSyncing_ = false;
@@ -122,9 +120,8 @@ void MacActivityStore::pushPending(std::vector<MacDayBlock> blocks, bool pruneSt
                              [this, alive, settle, done](CloudResult<PushResult> pushed) {
                                  if (alive.expired()) return;
                                  if (!pushed.ok()) {
-                                     output_ << (syncLinePrefix + std::string("Push failed: ") +
-                                                 pushed.error().description + "\n")
-                                             << std::flush;
+                                     SyncLog(output_, nullptr).toOutput("Push failed: " +
+                                                                        pushed.error().description);
                                      return done();
                                  }
                                  settle(std::move(pushed.value().savedIDs), std::move(pushed.value().deletedIDs));

@@ -86,9 +86,8 @@ std::optional<std::string> hostOfAddress(std::string_view address) {
     return decoded;
 }
 
-BrowserTabs::BrowserTabs(ScriptRunner& scripts, Defaults& defaults, const Workspace& workspace,
-                         std::ostream& output)
-    : scripts_(scripts), defaults_(defaults), workspace_(workspace), output_(output) {}
+BrowserTabs::BrowserTabs(ScriptRunner& scripts, Defaults& defaults, const Workspace& workspace, SyncLog log)
+    : scripts_(scripts), defaults_(defaults), workspace_(workspace), log_(log) {}
 
 std::optional<std::string> BrowserTabs::browserHost(std::string_view bundleIdentifier) {
     const auto script = browserScripts().find(bundleIdentifier);
@@ -104,7 +103,7 @@ std::optional<std::string> BrowserTabs::browserHost(std::string_view bundleIdent
         if (result.errorNumber == ScriptRunner::notPermittedError) {
             deniedBrowsers_.insert(id);
             defaults_.setString(outcomeKey, "denied " + id);
-            output_ << "☁️ [SYNC] Automation denied for " << id << "; using app name only" << std::endl;
+            log_("Automation denied for " + id + "; using app name only");
         } else {
             defaults_.setString(outcomeKey, "error " + std::to_string(result.errorNumber) + " " + id);
         }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "sync/SyncLog.h"
+
 #include <iosfwd>
 #include <map>
 #include <optional>
@@ -27,7 +29,7 @@ class BrowserTabs {
 public:
     static constexpr std::string_view outcomeKey = "browserTab.lastOutcome";
 
-    BrowserTabs(ScriptRunner& scripts, Defaults& defaults, const Workspace& workspace, std::ostream& output);
+    BrowserTabs(ScriptRunner& scripts, Defaults& defaults, const Workspace& workspace, SyncLog log);
 
     // The front tab's host without a leading "www.", or nothing. Writes the
     // outcome of every attempt it makes.
@@ -44,7 +46,7 @@ private:
     ScriptRunner& scripts_;
     Defaults& defaults_;
     const Workspace& workspace_;
-    std::ostream& output_;
+    SyncLog log_;
     std::set<std::string, std::less<>> deniedBrowsers_;
 };
 

@@ -14,7 +14,8 @@ MacAppTracker::MacAppTracker(Dependencies dependencies)
       defaults_(dependencies.defaults),
       workspace_(dependencies.workspace),
       idleClock_(dependencies.idleClock),
-      browserTabs_(dependencies.scripts, dependencies.defaults, dependencies.workspace, dependencies.output),
+      browserTabs_(dependencies.scripts, dependencies.defaults, dependencies.workspace,
+                   SyncLog(dependencies.output, dependencies.systemLog)),
       windowTitles_(dependencies.accessibility, dependencies.defaults) {
     const auto stored = defaults_.object(trackingEnabledKey);
     if (stored && std::holds_alternative<bool>(stored->value)) isTracking_ = std::get<bool>(stored->value);

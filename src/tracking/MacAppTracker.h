@@ -22,6 +22,7 @@ class Defaults;
 class IdleClock;
 class MacActivityStore;
 class ScriptRunner;
+class SystemLog;
 
 // Follows the front application and cuts the day into sessions: one stretch
 // of use of one application, site or project. Finished sessions long enough to
@@ -38,6 +39,8 @@ public:
         Accessibility& accessibility;
         IdleClock& idleClock;
         std::ostream& output = std::cout;
+        // Also receives the diagnostic lines, where the platform has a system log.
+        SystemLog* systemLog = nullptr;
     };
 
     static constexpr std::string_view trackingEnabledKey = "trackingEnabled";

@@ -1,3 +1,4 @@
+#include "fakes/CapturedSystemLog.h"
 #include "fakes/MemoryDefaults.h"
 #include "fakes/ScriptedScriptRunner.h"
 #include "fakes/ScriptedWorkspace.h"
@@ -39,7 +40,8 @@ protected:
     MemoryDefaults defaults;
     ScriptedWorkspace workspace;
     std::ostringstream output;
-    BrowserTabs tabs{scripts, defaults, workspace, output};
+    CapturedSystemLog systemLog;
+    BrowserTabs tabs{scripts, defaults, workspace, SyncLog(output, &systemLog)};
 
     static const std::string& script(const char* id) { return browserScripts().at(id); }
     std::optional<std::string> outcome() const { return defaults.string(BrowserTabs::outcomeKey); }
@@ -92,6 +94,8 @@ TEST_F(Browsers, RefusedBrowserIsNotAskedAgainUntilTheProbe) {
     EXPECT_EQ(outcome(), "denied com.google.Chrome");
     EXPECT_TRUE(tabs.browserAutomationDenied());
     EXPECT_EQ(output.str(), "☁️ [SYNC] Automation denied for com.google.Chrome; using app name only\n");
+    EXPECT_EQ(systemLog.texts(), std::vector<std::string>{"Automation denied for com.google.Chrome; using app name only"})
+        << "the same diagnostic log as cloud sync";
 
     defaults.setString(BrowserTabs::outcomeKey, "ok elsewhere.org");
     EXPECT_EQ(tabs.browserHost("com.google.Chrome"), std::nullopt);
