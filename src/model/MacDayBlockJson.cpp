@@ -4,6 +4,11 @@
 
 #include <simdjson.h>
 
+#include <algorithm>
+#include <future>
+#include <iterator>
+#include <thread>
+
 namespace plenda {
 
 namespace {
@@ -182,8 +187,10 @@ std::optional<std::vector<MacDayBlock>> decodeBlocks(std::string_view json, std:
     return decodeBlocks(json, 0, error);
 }
 
-std::optional<std::vector<MacDayBlock>> decodeBlocks(std::string_view json, std::size_t capacity,
-                                                     std::string* error) {
+namespace {
+
+std::optional<std::vector<MacDayBlock>> decodeWhole(std::string_view json, std::size_t capacity,
+                                                    std::string* error) {
     return decode(json, capacity, error, [](element root) -> std::optional<std::vector<MacDayBlock>> {
         simdjson::dom::array array;
         if (root.get_array().get(array)) throw Failure{"the top level is not a JSON array"};
@@ -200,6 +207,81 @@ std::optional<std::vector<MacDayBlock>> decodeBlocks(std::string_view json, std:
         }
         return blocks;
     });
+}
+
+bool isBlank(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
+
+// The first place at or after `from` where one element of the top-level
+// array ends and the next begins: "}", blanks, ",", blanks, "{". Inside a
+// string the same bytes may appear; a cut there only makes a piece invalid.
+std::size_t nextElementBoundary(std::string_view json, std::size_t from) {
+    for (std::size_t i = json.find('}', from); i != std::string_view::npos; i = json.find('}', i + 1)) {
+        std::size_t j = i + 1;
+        while (j < json.size() && isBlank(json[j])) ++j;
+        if (j >= json.size() || json[j] != ',') continue;
+        ++j;
+        while (j < json.size() && isBlank(json[j])) ++j;
+        if (j < json.size() && json[j] == '{') return i + 1;
+    }
+    return std::string_view::npos;
+}
+
+// A large file decodes on several cores: the array is cut between elements
+// into pieces that each decode as an array of their own. The pieces are
+// valid exactly when the whole is, so any failure falls back to decoding the
+// whole, which also gives the precise reason.
+std::optional<std::vector<MacDayBlock>> decodeInPieces(std::string_view json, unsigned pieces) {
+    std::size_t first = 0, last = json.size();
+    while (first < last && isBlank(json[first])) ++first;
+    while (last > first && isBlank(json[last - 1])) --last;
+    if (last - first < 2 || json[first] != '[' || json[last - 1] != ']') return std::nullopt;
+    const std::string_view inner = json.substr(first + 1, last - first - 2);
+
+    std::vector<std::string_view> parts;
+    std::size_t begin = 0;
+    for (unsigned k = 1; k < pieces; ++k) {
+        const std::size_t cut = nextElementBoundary(inner, std::max(begin, inner.size() * k / pieces));
+        if (cut == std::string_view::npos) break;
+        parts.push_back(inner.substr(begin, cut - begin));
+        begin = inner.find('{', cut);  // skips the blanks and the comma
+    }
+    parts.push_back(inner.substr(begin));
+
+    std::vector<std::future<std::optional<std::vector<MacDayBlock>>>> decoding;
+    for (std::string_view part : parts) {
+        decoding.push_back(std::async(std::launch::async, [part] {
+            std::string piece;
+            piece.reserve(part.size() + 2 + simdjson::SIMDJSON_PADDING);
+            piece.push_back('[');
+            piece.append(part);
+            piece.push_back(']');
+            return decodeWhole(piece, piece.capacity(), nullptr);
+        }));
+    }
+    std::vector<std::optional<std::vector<MacDayBlock>>> decoded;
+    for (auto& future : decoding) decoded.push_back(future.get());
+    std::size_t total = 0;
+    for (const auto& piece : decoded) {
+        if (!piece) return std::nullopt;
+        total += piece->size();
+    }
+    std::vector<MacDayBlock> blocks;
+    blocks.reserve(total);
+    for (auto& piece : decoded) std::move(piece->begin(), piece->end(), std::back_inserter(blocks));
+    return blocks;
+}
+
+constexpr std::size_t parallelDecodeThreshold = 4 << 20;  // bytes
+
+}  // namespace
+
+std::optional<std::vector<MacDayBlock>> decodeBlocks(std::string_view json, std::size_t capacity,
+                                                     std::string* error) {
+    const unsigned cores = std::min(4u, std::thread::hardware_concurrency());
+    if (json.size() >= parallelDecodeThreshold && cores > 1) {
+        if (auto blocks = decodeInPieces(json, cores)) return blocks;
+    }
+    return decodeWhole(json, capacity, error);
 }
 
 }  // namespace plenda

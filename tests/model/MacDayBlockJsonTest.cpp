@@ -164,3 +164,51 @@ TEST(BlockJsonInPlace, ABufferWithRoomAfterTheEndIsParsedWhereItIs) {
 
 }  // namespace
 }  // namespace plenda
+
+namespace plenda {
+namespace {
+
+// Files of several megabytes decode in pieces on several cores; the result
+// and the refusals must be those of decoding the whole.
+class LargeBlockFile : public ::testing::Test {
+protected:
+    std::vector<MacDayBlock> blocks;
+    void SetUp() override {
+        for (int i = 0; i < 24000; ++i) {
+            MacDayBlock block = fullBlock();
+            block.id = Uuid::random();
+            block.title = "Block " + std::to_string(i) + (i % 7 == 0 ? " },{\"id\": ] [" : "");
+            block.createdAt = Date(700000000.0 + i * 60.0);
+            blocks.push_back(block);
+        }
+    }
+};
+
+TEST_F(LargeBlockFile, DecodesToTheSameBlocksInTheSameOrder) {
+    const std::string json = *encodeBlocks(blocks);
+    ASSERT_GT(json.size(), 4u << 20);
+    EXPECT_EQ(decodeBlocks(json), blocks);
+    // Blanks and line breaks between elements, as other writers put them.
+    std::string spaced = json;
+    for (std::size_t at = spaced.find("},{\"id\""); at != std::string::npos; at = spaced.find("},{\"id\"", at + 8))
+        spaced.replace(at, 3, "}\n ,\t{");
+    EXPECT_EQ(decodeBlocks("  " + spaced + "\n"), blocks);
+}
+
+TEST_F(LargeBlockFile, OneBadElementAnywhereRefusesTheWholeFileWithItsPosition) {
+    std::string json = *encodeBlocks(blocks);
+    const std::string needle = "\"title\":\"Block 20001\"";
+    json.replace(json.find(needle), needle.size(), "\"title\":20001");
+    std::string error;
+    EXPECT_FALSE(decodeBlocks(json, &error));
+    EXPECT_EQ(error, "block 20001: \"title\" is not a string");
+
+    std::string trailing = *encodeBlocks(blocks) + ",";
+    EXPECT_FALSE(decodeBlocks(trailing, &error));
+    std::string unclosed = *encodeBlocks(blocks);
+    unclosed.pop_back();
+    EXPECT_FALSE(decodeBlocks(unclosed, &error));
+}
+
+}  // namespace
+}  // namespace plenda
