@@ -41,7 +41,7 @@ private:
 MenuBarContent::MenuBarContent(MacActivityStore& store, MacAppTracker& tracker, const Clock& clock,
                                PanelCommands commands, QWidget* parent)
     : QWidget(parent), store_(store), tracker_(tracker), clock_(clock), commands_(std::move(commands)) {
-    setFixedWidth(width);
+    setFixedWidth(panelWidth);
     layout_ = new QVBoxLayout(this);
     layout_->setContentsMargins(0, 0, 0, 0);
     layout_->setSizeConstraint(QLayout::SetFixedSize);
@@ -80,7 +80,7 @@ void MenuBarContent::reload() {
     buttons_.clear();
     summaryTitles_.clear();
     content_ = new QWidget(this);
-    content_->setFixedWidth(width);
+    content_->setFixedWidth(panelWidth);
     auto* column = new QVBoxLayout(content_);
     column->setContentsMargins(16, 16, 16, 16);
     column->setSpacing(12);
@@ -110,7 +110,7 @@ void MenuBarContent::reload() {
         row->setSpacing(5);
         row->addWidget(new Dot(toQColor(Palette::live, appearance), content_));
         row->addWidget(current_, 1);
-        current_->setText(current_->fontMetrics().elidedText(current_->text(), Qt::ElideRight, width - 50));
+        current_->setText(current_->fontMetrics().elidedText(current_->text(), Qt::ElideRight, panelWidth - 50));
         column->addLayout(row);
     }
 

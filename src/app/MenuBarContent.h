@@ -20,7 +20,7 @@ class NotchButton;
 // status. Rebuilt whenever the store or the tracker changes.
 class MenuBarContent final : public QWidget {
 public:
-    static constexpr int width = 260;
+    static constexpr int panelWidth = 260;
 
     MenuBarContent(MacActivityStore& store, MacAppTracker& tracker, const Clock& clock, PanelCommands commands,
                    QWidget* parent = nullptr);
