@@ -241,6 +241,7 @@ TEST_F(KeeperTest, ClosingHidesAndTheNextLaunchKeepsItHidden) {
     EXPECT_EQ(defaults.object(TodayWindowKeeper::visibilityKey), DefaultsValue(false));
 
     // Next launch.
+    day.reset();
     keeper = std::make_unique<TodayWindowKeeper>(defaults, [] {});
     auto next = window("Plenda");
     next->show();
