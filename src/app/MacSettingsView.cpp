@@ -47,7 +47,8 @@ MacSettingsView::MacSettingsView(Dependencies d, QWidget* parent)
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     tabs_ = new QTabWidget(this);
-    tabs_->setDocumentMode(true);
+    // Centred, as the system's settings windows place their tabs.
+    tabs_->setStyleSheet(QStringLiteral("QTabWidget::tab-bar { alignment: center; }"));
     const auto icon = [this](const char* name) {
         return QIcon(icons_.symbol(name, 16, QFont::Normal, palette().color(QPalette::WindowText), devicePixelRatioF()));
     };

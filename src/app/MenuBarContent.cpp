@@ -5,6 +5,7 @@
 #include "tracking/MacAppTracker.h"
 #include "views/ActivitySummaries.h"
 #include "views/DurationText.h"
+#include "views/IconProvider.h"
 #include "views/NotchButton.h"
 #include "views/ViewStyle.h"
 
@@ -39,8 +40,8 @@ private:
 }  // namespace
 
 MenuBarContent::MenuBarContent(MacActivityStore& store, MacAppTracker& tracker, const Clock& clock,
-                               PanelCommands commands, QWidget* parent)
-    : QWidget(parent), store_(store), tracker_(tracker), clock_(clock), commands_(std::move(commands)) {
+                               const IconProvider& icons, PanelCommands commands, QWidget* parent)
+    : QWidget(parent), store_(store), tracker_(tracker), clock_(clock), icons_(icons), commands_(std::move(commands)) {
     setFixedWidth(panelWidth);
     layout_ = new QVBoxLayout(this);
     layout_->setContentsMargins(0, 0, 0, 0);
@@ -66,6 +67,9 @@ NotchButton* MenuBarContent::addButton(const char* key, std::function<void()> ac
     auto* button = new NotchButton(key, std::move(action), content_);
     button->setPoints(11);
     button->setTint(Palette::textPrimary);
+    // Borderless as in a menu: the four commands fit the panel's width.
+    button->setPlain(true);
+    button->setHorizontalPadding(5);
     buttons_.push_back(button);
     return button;
 }
@@ -103,12 +107,13 @@ void MenuBarContent::reload() {
 
     current_ = nullptr;
     if (tracker_.currentAppName() && tracker_.isTracking()) {
-        current_ = label(QStringLiteral("● ") + QString::fromStdString(*tracker_.currentAppName()), 11,
-                         QFont::Normal, false);
-        current_->setText(QString::fromStdString(*tracker_.currentAppName()));
+        current_ = label(QString::fromStdString(*tracker_.currentAppName()), 11, QFont::Normal, false);
         auto* row = new QHBoxLayout;
         row->setSpacing(5);
-        row->addWidget(new Dot(toQColor(Palette::live, appearance), content_));
+        auto* symbol = new QLabel(content_);
+        symbol->setPixmap(icons_.symbol("record.circle", 12, QFont::Normal, toQColor(Palette::live, appearance),
+                                        devicePixelRatioF()));
+        row->addWidget(symbol);
         row->addWidget(current_, 1);
         current_->setText(current_->fontMetrics().elidedText(current_->text(), Qt::ElideRight, panelWidth - 50));
         column->addLayout(row);
@@ -151,7 +156,7 @@ void MenuBarContent::reload() {
     column->addWidget(divider);
 
     auto* commandsRow = new QHBoxLayout;
-    commandsRow->setSpacing(8);
+    commandsRow->setSpacing(4);
     commandsRow->addWidget(addButton("mac.open", commands_.openDayWindow));
     commandsRow->addWidget(addButton(tracker_.isTracking() ? "mac.pause" : "mac.resume",
                                      [this] { tracker_.setTracking(!tracker_.isTracking()); }));

@@ -11,6 +11,7 @@ class QVBoxLayout;
 namespace plenda {
 
 class Clock;
+class IconProvider;
 class MacActivityStore;
 class MacAppTracker;
 class NotchButton;
@@ -22,8 +23,8 @@ class MenuBarContent final : public QWidget {
 public:
     static constexpr int panelWidth = 260;
 
-    MenuBarContent(MacActivityStore& store, MacAppTracker& tracker, const Clock& clock, PanelCommands commands,
-                   QWidget* parent = nullptr);
+    MenuBarContent(MacActivityStore& store, MacAppTracker& tracker, const Clock& clock, const IconProvider& icons,
+                   PanelCommands commands, QWidget* parent = nullptr);
 
     void reload();
 
@@ -46,6 +47,7 @@ private:
     MacActivityStore& store_;
     MacAppTracker& tracker_;
     const Clock& clock_;
+    const IconProvider& icons_;
     PanelCommands commands_;
     QVBoxLayout* layout_;
     QWidget* content_ = nullptr;

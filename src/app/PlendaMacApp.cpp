@@ -183,7 +183,7 @@ void PlendaMacApp::showMenuBarPanel() {
         menuPanel_ = std::make_unique<QWidget>(nullptr, Qt::Popup | Qt::FramelessWindowHint);
         auto* layout = new QVBoxLayout(menuPanel_.get());
         layout->setContentsMargins(0, 0, 0, 0);
-        menuContent_ = new MenuBarContent(*store_, *tracker_, *clock_, panelCommands());
+        menuContent_ = new MenuBarContent(*store_, *tracker_, *clock_, *icons_, panelCommands());
         layout->addWidget(menuContent_);
     }
     menuContent_->reload();

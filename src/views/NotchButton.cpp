@@ -28,7 +28,7 @@ void NotchButton::setTint(std::optional<ColorPair> tint) {
 
 QSize NotchButton::sizeHint() const {
     const QFontMetricsF metrics(systemFont(points_, QFont::Medium));
-    return {int(std::ceil(metrics.horizontalAdvance(text()) + 18)), int(std::ceil(metrics.height() + 8))};
+    return {int(std::ceil(metrics.horizontalAdvance(text()) + 2 * padding_)), int(std::ceil(metrics.height() + 8))};
 }
 
 void NotchButton::paintEvent(QPaintEvent*) {
@@ -40,15 +40,20 @@ void NotchButton::paintEvent(QPaintEvent*) {
     QColor fill = base;
     fill.setAlphaF(lit ? 0.22f : 0.12f);
     const QRectF r = QRectF(rect());
-    QPainterPath capsule;
-    capsule.addRoundedRect(r, r.height() / 2, r.height() / 2);
-    painter.fillPath(capsule, fill);
+    if (!plain_ || lit) {
+        QPainterPath capsule;
+        capsule.addRoundedRect(r, r.height() / 2, r.height() / 2);
+        painter.fillPath(capsule, fill);
+    }
     QColor ink = base;
     ink.setAlphaF(lit ? 1.0f : 0.75f);
     if (!isEnabled()) ink.setAlphaF(0.35f);
     painter.setPen(ink);
-    painter.setFont(systemFont(points_, QFont::Medium));
-    painter.drawText(r, Qt::AlignCenter, text());
+    const QFont font = systemFont(points_, QFont::Medium);
+    painter.setFont(font);
+    // A crowded row gives a button less than it asked for: end its title with "…".
+    const QString shown = QFontMetricsF(font).elidedText(text(), Qt::ElideRight, r.width() - 2 * padding_ + 1);
+    painter.drawText(r, Qt::AlignCenter, shown);
 }
 
 void NotchButton::enterEvent(QEnterEvent* event) {

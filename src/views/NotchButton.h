@@ -20,6 +20,10 @@ public:
     // Text and capsule colour; white unless set.
     void setTint(std::optional<ColorPair> tint);
     void setPoints(int points) { points_ = points; updateGeometry(); }
+    // Space left and right of the title (9 unless set).
+    void setHorizontalPadding(int points) { padding_ = points; updateGeometry(); }
+    // Plain: the capsule shows only under the pointer, as in a menu.
+    void setPlain(bool plain) { plain_ = plain; update(); }
     bool isHovering() const { return isHovering_; }
     const std::string& title() const { return title_; }
     QSize sizeHint() const override;
@@ -33,6 +37,8 @@ private:
     std::string title_;
     std::optional<ColorPair> tint_;
     int points_ = 10;
+    int padding_ = 9;
+    bool plain_ = false;
     bool isHovering_ = false;
 };
 

@@ -123,22 +123,43 @@ void NotchView::rebuildButtons() {
 
 void NotchView::layoutButtons() {
     const QRectF area = column();
-    const double height = buttons_.empty() ? 0 : buttons_.front()->sizeHint().height();
+    if (buttons_.empty()) return;
+    // With both permission shortcuts the row gets crowded: tighter capsules
+    // first, then the longest titles give way.
+    double spacing = 8;
+    const auto needed = [&] {
+        double sum = spacing * double(buttons_.size() - 1) + 12;  // some flexible space stays
+        for (NotchButton* button : buttons_) sum += button->sizeHint().width();
+        return sum;
+    };
+    for (NotchButton* button : buttons_) button->setHorizontalPadding(9);
+    if (needed() > area.width()) {
+        spacing = 5;
+        for (NotchButton* button : buttons_) button->setHorizontalPadding(6);
+    }
+    std::vector<double> widths;
+    for (NotchButton* button : buttons_) widths.push_back(button->sizeHint().width());
+    double excess = needed() - area.width();
+    while (excess > 0.5) {
+        auto widest = std::max_element(widths.begin(), widths.end());
+        const double cut = std::min(excess, 8.0);
+        *widest -= cut;
+        excess -= cut;
+    }
+    const double height = buttons_.front()->sizeHint().height();
     const double y = area.bottom() - height;
     // Open and pause (and the grants) on the left, settings and quit on the right.
+    const std::size_t trailing = std::min<std::size_t>(2, buttons_.size());
     double x = area.left();
-    const std::size_t trailing = 2;
     for (std::size_t i = 0; i + trailing < buttons_.size(); ++i) {
-        const QSize hint = buttons_[i]->sizeHint();
-        buttons_[i]->setGeometry(int(x), int(y), hint.width(), hint.height());
-        x += hint.width() + 8;
+        buttons_[i]->setGeometry(int(x), int(y), int(widths[i]), int(height));
+        x += widths[i] + spacing;
     }
     double right = area.right();
-    for (std::size_t i = buttons_.size(); i-- > buttons_.size() - std::min(trailing, buttons_.size());) {
-        const QSize hint = buttons_[i]->sizeHint();
-        right -= hint.width();
-        buttons_[i]->setGeometry(int(right), int(y), hint.width(), hint.height());
-        right -= 8;
+    for (std::size_t i = buttons_.size(); i-- > buttons_.size() - trailing;) {
+        right -= widths[i];
+        buttons_[i]->setGeometry(int(right), int(y), int(widths[i]), int(height));
+        right -= spacing;
     }
 }
 

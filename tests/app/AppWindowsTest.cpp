@@ -87,7 +87,7 @@ protected:
 };
 
 TEST_F(AppWindowsTest, MenuPanelWithoutBlocksShowsLessThanAMinuteAndNoList) {
-    MenuBarContent panel(*store, *tracker, scheduler, commands());
+    MenuBarContent panel(*store, *tracker, scheduler, icons, commands());
     EXPECT_EQ(panel.totalText(), "<1m");
     EXPECT_TRUE(panel.summaryTitles().isEmpty());
     EXPECT_EQ(panel.width(), MenuBarContent::panelWidth);
@@ -97,7 +97,7 @@ TEST_F(AppWindowsTest, MenuPanelWithoutBlocksShowsLessThanAMinuteAndNoList) {
 TEST_F(AppWindowsTest, MenuPanelListsTheThreeLargestAndTheCurrentActivity) {
     addDay(5);
     tracker->handleActivation({"com.apple.dt.Xcode", "Xcode", 7});
-    MenuBarContent panel(*store, *tracker, scheduler, commands());
+    MenuBarContent panel(*store, *tracker, scheduler, icons, commands());
     EXPECT_EQ(panel.summaryTitles(), (QStringList{"Xcode", "Safari", "Mail"}));
     EXPECT_EQ(panel.currentActivityText(), "Xcode");
     EXPECT_TRUE(panel.liveDotLit());
@@ -111,7 +111,7 @@ TEST_F(AppWindowsTest, MenuPanelListsTheThreeLargestAndTheCurrentActivity) {
 
 TEST_F(AppWindowsTest, PausedMenuPanelHidesTheActivityAndOffersResume) {
     tracker->handleActivation({"com.apple.dt.Xcode", "Xcode", 7});
-    MenuBarContent panel(*store, *tracker, scheduler, commands());
+    MenuBarContent panel(*store, *tracker, scheduler, icons, commands());
     panel.button("mac.pause")->click();
     EXPECT_FALSE(tracker->isTracking());
     EXPECT_FALSE(panel.liveDotLit());
@@ -122,7 +122,7 @@ TEST_F(AppWindowsTest, PausedMenuPanelHidesTheActivityAndOffersResume) {
 TEST_F(AppWindowsTest, MenuPanelGrantButtonsFollowThePermissions) {
     denied = true;
     accessibility.trusted = false;
-    MenuBarContent panel(*store, *tracker, scheduler, commands());
+    MenuBarContent panel(*store, *tracker, scheduler, icons, commands());
     EXPECT_EQ(panel.buttonTitles().mid(0, 2), (QStringList{"mac.grant.browser", "mac.grant.projects"}));
     accessibility.trusted = true;
     panel.reload();
@@ -279,6 +279,18 @@ TEST_F(KeeperTest, RaisedWindowsWithTheTitleAreNeverAdopted) {
     EXPECT_EQ(keeper->window(), day.get()) << "every later call tries again";
 }
 
+QPalette darkPalette() {
+    QPalette palette;
+    palette.setColor(QPalette::Window, QColor(30, 30, 32));
+    palette.setColor(QPalette::WindowText, QColor(235, 235, 240));
+    palette.setColor(QPalette::Base, QColor(44, 44, 46));
+    palette.setColor(QPalette::Text, QColor(235, 235, 240));
+    palette.setColor(QPalette::Button, QColor(58, 58, 60));
+    palette.setColor(QPalette::ButtonText, QColor(235, 235, 240));
+    palette.setColor(QPalette::PlaceholderText, QColor(140, 140, 145));
+    return palette;
+}
+
 class NoLoginItem final : public LoginItem {
 public:
     bool isEnabled() const override { return false; }
@@ -293,6 +305,7 @@ TEST_F(AppWindowsTest, SettingsTabPictures) {
     NoLoginItem login;
     for (const Appearance appearance : {Appearance::light, Appearance::dark}) {
         setForcedAppearance(appearance);
+        app->setPalette(appearance == Appearance::dark ? darkPalette() : QPalette());
         MacSettingsView view({defaults, *tracker, login, accessibility, icons, output});
         const char* suffix = appearance == Appearance::light ? "light" : "dark";
         for (int tab = 0; tab < 3; ++tab) {
@@ -300,6 +313,7 @@ TEST_F(AppWindowsTest, SettingsTabPictures) {
             save(view, QStringLiteral("settings-%1-%2.png").arg(tab).arg(suffix).toUtf8().constData());
         }
     }
+    app->setPalette(QPalette());
     SUCCEED();
 }
 
