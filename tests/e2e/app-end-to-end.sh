@@ -41,8 +41,8 @@ xterm -class Editorial -e sleep 120 &
 pids+=($!)
 xterm -class Notizblock -e sleep 120 &
 pids+=($!)
-within 5 window_of_class Editorial >/dev/null || fail "no first window"
-within 5 window_of_class Notizblock >/dev/null || fail "no second window"
+within 10 window_of_class Editorial >/dev/null || fail "no first window"
+within 10 window_of_class Notizblock >/dev/null || fail "no second window"
 first=$(window_of_class Editorial)
 second=$(window_of_class Notizblock)
 xdotool windowactivate --sync "$first"
