@@ -21,9 +21,11 @@ cleanup() { for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done; w
 trap cleanup EXIT
 within() { local seconds=$1; shift; for _ in $(seq $((seconds * 10))); do "$@" && return 0; sleep 0.1; done; return 1; }
 
+# xprop exits 0 even when the property is missing: look for the window id.
+openbox_ready() { xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q "window id"; }
 openbox >"$out/openbox.log" 2>&1 &
 pids+=($!)
-within 5 xprop -root _NET_SUPPORTING_WM_CHECK >/dev/null 2>&1 || { echo "openbox did not start" >&2; exit 1; }
+within 5 openbox_ready || { echo "openbox did not start" >&2; exit 1; }
 xterm -class Terminal -title "plenda — bash" -geometry 80x20+40+120 -e sleep 300 &
 pids+=($!)
 xterm -class Notes -title "Notes" -geometry 60x16+620+420 -e sleep 300 &
