@@ -27,9 +27,11 @@ Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp >"$work/xvfb.log" 2>&1 &
 pids+=($!)
 read -r -t 10 display <&3 || fail "Xvfb did not start"
 export DISPLAY=":$display"
+# xprop exits 0 even when the property is missing: look for the window id.
+openbox_ready() { xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q "window id"; }
 openbox >"$work/openbox.log" 2>&1 &
 pids+=($!)
-within 10 xprop -root _NET_SUPPORTING_WM_CHECK >/dev/null 2>&1 || fail "openbox did not start"
+within 10 openbox_ready || fail "openbox did not start"
 
 export XDG_DATA_HOME="$work/data" XDG_CONFIG_HOME="$work/config" XDG_DATA_DIRS="$work/system"
 export PLENDA_DISABLE_CLOUD_SYNC=1

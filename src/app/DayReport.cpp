@@ -1,0 +1,245 @@
+#include "app/DayReport.h"
+
+#include "model/JsonWriter.h"
+#include "model/MacActivityStore.h"
+#include "model/MacDayBlockJson.h"
+#include "platform/Defaults.h"
+#include "platform/IcuCalendar.h"
+#include "platform/qt/QtFiles.h"
+#include "platform/qt/QtStringTable.h"
+#include "platform/qt/SystemClock.h"
+#include "platform/qt/QtScheduler.h"
+#include "views/ActivitySummaries.h"
+#include "views/DurationText.h"
+#include "views/IconProvider.h"
+#include "views/TodayView.h"
+#include "views/Translations.h"
+#include "views/TreemapLayout.h"
+
+#include <QApplication>
+#include <QDate>
+#include <QPixmap>
+
+#include <charconv>
+#include <cstdio>
+#include <iomanip>
+#include <iostream>
+#include <map>
+#include <sstream>
+
+namespace plenda {
+
+namespace {
+
+// The report reads; it never writes the block file or the settings.
+class ReadOnlyFiles final : public Files {
+public:
+    explicit ReadOnlyFiles(std::string folder) : folder_(std::move(folder)) {}
+    std::optional<std::string> applicationSupportDirectory() const override { return folder_; }
+    bool createDirectories(const std::string&) override { return true; }
+    FileRead readFile(const std::string& path) const override { return real_.readFile(path); }
+    std::optional<std::string> writeFileAtomically(const std::string&, std::string_view) override { return {}; }
+    bool moveFile(const std::string&, const std::string&) override { return false; }
+
+private:
+    std::string folder_;
+    QtFiles real_;
+};
+
+class ScratchDefaults final : public Defaults {
+public:
+    std::optional<DefaultsValue> object(std::string_view key) const override {
+        const auto found = values_.find(std::string(key));
+        if (found == values_.end()) return std::nullopt;
+        return found->second;
+    }
+    void set(std::string_view key, DefaultsValue value) override { values_.insert_or_assign(std::string(key), value); }
+    void remove(std::string_view key) override { values_.erase(std::string(key)); }
+
+private:
+    std::map<std::string, DefaultsValue> values_;
+};
+
+std::optional<double> positive(std::string_view text) {
+    double value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size() || value <= 0) return std::nullopt;
+    return value;
+}
+
+std::string clockText(Date date) {
+    const QDateTime time = QDateTime::fromSecsSinceEpoch(qint64(date.unixSeconds()));
+    return time.toString(QStringLiteral("HH:mm")).toStdString();
+}
+
+}  // namespace
+
+std::variant<DayReportOptions, std::string> parseDayReportArguments(const std::vector<std::string_view>& arguments) {
+    DayReportOptions options;
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const std::string_view argument = arguments[i];
+        const auto value = [&]() -> std::optional<std::string_view> {
+            if (i + 1 >= arguments.size()) return std::nullopt;
+            return arguments[++i];
+        };
+        if (argument == "--json") {
+            options.json = true;
+        } else if (argument == "--date" || argument == "--png" || argument == "--size" || argument == "--blocks") {
+            const auto given = value();
+            if (!given) return std::string(argument) + " needs a value";
+            if (argument == "--date") {
+                const QDate date = QDate::fromString(QString::fromUtf8(given->data(), int(given->size())), Qt::ISODate);
+                if (given->size() != 10 || !date.isValid()) return "not a date (YYYY-MM-DD): " + std::string(*given);
+                options.date = std::string(*given);
+            } else if (argument == "--png") {
+                options.pngPath = std::string(*given);
+            } else if (argument == "--blocks") {
+                options.blocksPath = std::string(*given);
+            } else {
+                const auto by = given->find('x');
+                const auto w = by == std::string_view::npos ? std::nullopt : positive(given->substr(0, by));
+                const auto h = by == std::string_view::npos ? std::nullopt : positive(given->substr(by + 1));
+                if (!w || !h || *w > 10000 || *h > 10000) return "not a size (WxH): " + std::string(*given);
+                options.width = *w;
+                options.height = *h;
+            }
+        } else {
+            return "unknown argument: " + std::string(argument) +
+                   " (usage: plenda report [--date YYYY-MM-DD] [--json] [--png FILE] [--size WxH])";
+        }
+    }
+    return options;
+}
+
+int runDayReport(int argc, char** argv) {
+    std::vector<std::string_view> arguments(argv + 1, argv + argc);
+    const auto parsed = parseDayReportArguments(arguments);
+    if (const auto* error = std::get_if<std::string>(&parsed)) {
+        std::cerr << "plenda report: " << *error << "\n";
+        return 2;
+    }
+    const DayReportOptions& options = std::get<DayReportOptions>(parsed);
+
+    // Rendering needs no display.
+    if (!qEnvironmentVariableIsSet("DISPLAY") && !qEnvironmentVariableIsSet("WAYLAND_DISPLAY") &&
+        !qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+    int qtArgc = 1;
+    char name[] = "plenda";
+    char* qtArgv[] = {name, nullptr};
+    QApplication app(qtArgc, qtArgv);
+    QApplication::setApplicationName(QStringLiteral("Plenda"));
+    QApplication::setOrganizationName(QStringLiteral("Plenda"));
+    installTranslations(app);
+
+    QtFiles files;
+    std::string path;
+    if (options.blocksPath) {
+        path = *options.blocksPath;
+    } else {
+        const auto folder = files.applicationSupportDirectory();
+        path = folder ? *folder + "/Plenda/blocks.json" : "";
+    }
+    const FileRead read = files.readFile(path);
+    if (read.status == FileRead::Status::failed) {
+        std::cerr << "plenda report: cannot read " << path << ": " << read.error << "\n";
+        return 1;
+    }
+    if (read.status == FileRead::Status::ok) {
+        std::string error;
+        if (!decodeBlocks(read.bytes, &error)) {
+            std::cerr << "plenda report: " << path << " is not a block file: " << error << "\n";
+            return 1;
+        }
+    }
+
+    // A store over a copy: whatever it would write goes nowhere.
+    const std::string folder = path.substr(0, path.rfind('/'));
+    ReadOnlyFiles readOnly(folder.substr(0, folder.rfind('/')));
+    ScratchDefaults defaults;
+    SystemClock clock;
+    QtScheduler scheduler;
+    IcuCalendar calendar;
+    QtStringTable strings;
+    MacActivityStore store(MacActivityStore::Dependencies{clock, scheduler, calendar, defaults, readOnly, strings,
+                                                          true, &Uuid::random, std::cerr});
+    Date day = clock.now();
+    if (options.date) {
+        const QDate date = QDate::fromString(QString::fromStdString(*options.date), Qt::ISODate);
+        day = Date::fromUnixSeconds(double(QDateTime(date, QTime(12, 0)).toSecsSinceEpoch()));
+        store.shiftSelectedDate(int(QDate::currentDate().daysTo(date)));
+    }
+    const auto blocks = store.blocksOnDay(day);
+    const auto summaries = makeSummaries(blocks);
+    double total = 0;
+    for (const auto& summary : summaries) total += summary.minutes;
+    const std::string dayText = options.date.value_or(QDate::currentDate().toString(Qt::ISODate).toStdString());
+
+    if (options.json) {
+        JsonWriter json;
+        json.beginObject();
+        json.key("date"); json.string(dayText);
+        json.key("totalMinutes"); json.number(total);
+        json.key("activities"); json.beginArray();
+        for (const auto& s : summaries) {
+            json.beginObject();
+            json.key("title"); json.string(s.title);
+            json.key("category"); json.string(std::string(rawValue(s.category)));
+            json.key("minutes"); json.number(s.minutes);
+            json.key("sessions"); json.number(double(s.sessions));
+            json.key("firstStart"); json.string(isoUtcText(s.firstStart));
+            json.key("lastEnd"); json.string(isoUtcText(s.lastEnd));
+            json.endObject();
+        }
+        json.endArray();
+        json.key("treemap"); json.beginObject();
+        json.key("width"); json.number(options.width);
+        json.key("height"); json.number(options.height);
+        json.key("tiles"); json.beginArray();
+        for (const auto& tile : treemapTiles(treemapSummaries(summaries, strings.text("mac.other")), options.width,
+                                             options.height, 8)) {
+            json.beginObject();
+            json.key("title"); json.string(tile.summary.title);
+            json.key("x"); json.number(tile.rect.x);
+            json.key("y"); json.number(tile.rect.y);
+            json.key("width"); json.number(tile.rect.width);
+            json.key("height"); json.number(tile.rect.height);
+            json.endObject();
+        }
+        json.endArray();
+        json.endObject();
+        json.endObject();
+        std::cout << json.text() << "\n";
+    } else {
+        std::size_t titleWidth = 8;
+        for (const auto& s : summaries) titleWidth = std::max<std::size_t>(titleWidth, QString::fromStdString(s.title).size());
+        std::cout << dayText << "  " << formatDuration(total) << " tracked\n";
+        const auto pad = [](const std::string& text, std::size_t width) {
+            const std::size_t shown = QString::fromStdString(text).size();
+            return text + std::string(width > shown ? width - shown : 0, ' ');
+        };
+        std::cout << pad("Activity", titleWidth) << "  " << pad("Category", 13) << "  " << std::setw(8) << "Time"
+                  << "  " << std::setw(8) << "Sessions" << "  Span\n";
+        for (const auto& s : summaries) {
+            std::cout << pad(s.title, titleWidth) << "  " << pad(std::string(rawValue(s.category)), 13) << "  "
+                      << std::setw(8) << formatDuration(s.minutes) << "  " << std::setw(8) << s.sessions << "  "
+                      << clockText(s.firstStart) << "–" << clockText(s.lastEnd) << "\n";
+        }
+        if (summaries.empty()) std::cout << "(nothing tracked)\n";
+    }
+
+    if (options.pngPath) {
+        auto icons = makeSystemIconProvider();
+        TodayView view(store, clock, calendar, *icons, {});
+        view.resize(int(options.width), int(options.height));
+        view.reload();
+        if (!view.grab().save(QString::fromStdString(*options.pngPath), "PNG")) {
+            std::cerr << "plenda report: cannot write " << *options.pngPath << "\n";
+            return 1;
+        }
+    }
+    return 0;
+}
+
+}  // namespace plenda

@@ -1,0 +1,34 @@
+#include "app/PlatformServices.h"
+
+#include "platform/linux/DesktopEntries.h"
+#include "platform/linux/UnsupportedScriptRunner.h"
+#include "platform/linux/X11Accessibility.h"
+#include "platform/linux/X11Connection.h"
+#include "platform/linux/X11Workspace.h"
+#include "platform/linux/XScreenSaverIdleClock.h"
+#include "platform/linux/XdgAutostartLoginItem.h"
+#include "sync/SqliteCloudDatabase.h"
+
+#include <QApplication>
+#include <QWidget>
+
+namespace plenda {
+
+PlatformServices makePlatformServices() {
+    PlatformServices services;
+    auto x11 = std::make_shared<X11Connection>();
+    services.canTrack = x11->isOpen();
+    services.workspace = std::make_unique<X11Workspace>(*x11, DesktopEntries::forUser(), "plenda");
+    services.accessibility = std::make_unique<X11Accessibility>(*x11);
+    services.idleClock = std::make_unique<XScreenSaverIdleClock>(*x11);
+    services.connection = x11;
+    services.scripts = std::make_unique<UnsupportedScriptRunner>();
+    services.loginItem = std::make_unique<XdgAutostartLoginItem>(XdgAutostartLoginItem::forCurrentUser());
+    services.cloudDatabase = cloudStandInFromEnvironment();
+    services.activateIgnoringOtherApps = [] {
+        if (QWidget* window = QApplication::activeWindow()) window->raise();
+    };
+    return services;
+}
+
+}  // namespace plenda

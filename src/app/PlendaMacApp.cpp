@@ -1,0 +1,260 @@
+#include "app/PlendaMacApp.h"
+
+#include "app/MacAppDelegate.h"
+#include "app/MacSettingsView.h"
+#include "app/MenuBarContent.h"
+#include "app/QuitSignals.h"
+#include "model/MacActivityStore.h"
+#include "platform/IcuCalendar.h"
+#include "platform/qt/QtDefaults.h"
+#include "platform/qt/QtFiles.h"
+#include "platform/qt/QtScheduler.h"
+#include "platform/qt/QtScreens.h"
+#include "platform/qt/QtStringTable.h"
+#include "platform/qt/SystemClock.h"
+#include "tracking/MacAppTracker.h"
+#include "views/IconProvider.h"
+#include "views/NotchGeometry.h"
+#include "views/NotchPanelController.h"
+#include "views/TodayView.h"
+#include "views/TodayWindowKeeper.h"
+#include "views/Translations.h"
+#include "views/ViewStyle.h"
+
+#include <QAction>
+#include <QMenuBar>
+#include <QScreen>
+#include <QSessionManager>
+#include <QSystemTrayIcon>
+#include <QTimer>
+#include <QVBoxLayout>
+
+#include <iostream>
+
+namespace plenda {
+
+namespace {
+
+// The day window: its content's minimum is its own.
+class DayWindow final : public QWidget {
+public:
+    explicit DayWindow(TodayView* content) {
+        setWindowTitle(localized("Plenda"));
+        auto* layout = new QVBoxLayout(this);
+        layout->setContentsMargins(0, 0, 0, 0);
+        layout->addWidget(content);
+        setMinimumSize(content->minimumSizeHint().expandedTo(content->minimumSize()));
+        resize(760, 620);
+    }
+};
+
+}  // namespace
+
+PlendaMacApp::PlendaMacApp(int& argc, char** argv) : QApplication(argc, argv) {
+    setApplicationName(QStringLiteral("Plenda"));
+    setOrganizationName(QStringLiteral("Plenda"));
+    setOrganizationDomain(QStringLiteral("plenda.app"));
+    // A menu-bar utility: closing its last window does not end it.
+    setQuitOnLastWindowClosed(false);
+}
+
+PlendaMacApp::~PlendaMacApp() {
+    // Windows first: they observe the store and the tracker.
+    menuPanel_.reset();
+    settingsWindow_.reset();
+    dayWindow_.reset();
+    notch_.reset();
+}
+
+PanelCommands PlendaMacApp::panelCommands() {
+    PanelCommands commands;
+    commands.openDayWindow = [this] { openDayWindow(); };
+    commands.openSettings = [this] { openSettingsWindow(); };
+    commands.quit = [this] { requestTermination(); };
+    commands.grantBrowserAutomation = [this] {
+        services_.activateIgnoringOtherApps();
+        tracker_->browserTabs().requestBrowserAutomation();
+    };
+    commands.grantAccessibility = [this] {
+        services_.activateIgnoringOtherApps();
+        services_.accessibility->requestTrust();
+    };
+    commands.browserAutomationDenied = [this] { return tracker_->browserTabs().browserAutomationDenied(); };
+    commands.accessibilityTrusted = [this] { return services_.accessibility->isTrusted(); };
+    return commands;
+}
+
+int PlendaMacApp::run() {
+    installTranslations(*this);
+    scheduler_ = std::make_unique<QtScheduler>();
+    clock_ = std::make_unique<SystemClock>();
+    calendar_ = std::make_unique<IcuCalendar>();
+    defaults_ = QtDefaults::forUser();
+    files_ = std::make_unique<QtFiles>();
+    strings_ = std::make_unique<QtStringTable>();
+    screens_ = std::make_unique<QtScreens>();
+    icons_ = makeSystemIconProvider();
+    services_ = makePlatformServices();
+    if (!services_.canTrack) std::cerr << "plenda: no display connection; the desktop cannot be followed\n";
+
+    store_ = std::make_shared<MacActivityStore>(MacActivityStore::Dependencies{
+        *clock_, *scheduler_, *calendar_, *defaults_, *files_, *strings_,
+        cloudSyncDisabledBy(std::getenv("PLENDA_DISABLE_CLOUD_SYNC")), &Uuid::random, std::cout,
+        services_.cloudDatabase.get(), services_.systemLog.get(), services_.changeTokenArchive.get()});
+    tracker_ = std::make_shared<MacAppTracker>(MacAppTracker::Dependencies{
+        *clock_, *scheduler_, *defaults_, *services_.workspace, *services_.scripts, *services_.accessibility,
+        *services_.idleClock});
+
+    showsMenuBarIcon_ = !findNotch(screens_->screens()).has_value();
+    keeper_ = std::make_unique<TodayWindowKeeper>(*defaults_, services_.activateIgnoringOtherApps);
+    {
+        PanelCommands commands = panelCommands();
+        // The card's open command goes through the keeper, which remembers it.
+        commands.openDayWindow = [this] { keeper_->show(); };
+        notch_ = std::make_unique<NotchPanelController>(*screens_, *clock_, commands, services_.configureNotchPanel);
+    }
+    makeDayWindow();
+    if (showsMenuBarIcon_) makeMenuBarItem();
+
+    // The app menu's Settings… and Quit (Cmd-, and Cmd-Q on macOS).
+    auto* menuBar = new QMenuBar;
+    auto* appMenu = menuBar->addMenu(QStringLiteral("Plenda"));
+    auto* settings = appMenu->addAction(localized("mac.settings"), this, [this] { openSettingsWindow(); });
+    settings->setMenuRole(QAction::PreferencesRole);
+    settings->setShortcut(QKeySequence::Preferences);
+    auto* quit = appMenu->addAction(localized("mac.quit"), this, [this] { requestTermination(); });
+    quit->setMenuRole(QAction::QuitRole);
+    quit->setShortcut(QKeySequence::Quit);
+    if (QSysInfo::productType() != QLatin1String("macos")) {
+        dayWindow_->addAction(settings);
+        dayWindow_->addAction(quit);
+    }
+
+    delegate_ = std::make_unique<MacAppDelegate>(MacAppDelegate::Dependencies{
+        *scheduler_, *clock_, *defaults_, *services_.workspace, *services_.accessibility, store_, tracker_,
+        [this] { notch_->show(*store_, *tracker_); }, [this] { keeper_->applyStoredVisibility(); },
+        [this] {
+            quitting_ = true;
+            QCoreApplication::exit(0);
+        }});
+    quitSignals_ = std::make_unique<QuitSignals>([this] { requestTermination(); });
+    connect(this, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
+        if (state == Qt::ApplicationActive) delegate_->applicationDidBecomeActive();
+    });
+    // The X session manager's "die" arrives as Qt's quit event (handled in event()).
+    connect(this, &QGuiApplication::commitDataRequest, this, [](QSessionManager& manager) {
+        manager.setRestartHint(QSessionManager::RestartNever);
+    });
+
+    dayWindow_->show();
+    QTimer::singleShot(0, this, [this] { delegate_->applicationDidFinishLaunching(); });
+    const int status = exec();
+    defaults_->synchronize();
+    return status;
+}
+
+void PlendaMacApp::makeDayWindow() {
+    TodayView::Actions actions;
+    actions.syncNow = [this] {
+        QTimer::singleShot(0, this, [this] { store_->syncNow(); });
+    };
+    actions.openSettings = [this] { openSettingsWindow(); };
+    todayView_ = new TodayView(*store_, *clock_, *calendar_, *icons_, actions);
+    dayWindow_ = std::make_unique<DayWindow>(todayView_);
+    dayWindow_->setObjectName(QStringLiteral("today"));
+}
+
+void PlendaMacApp::makeMenuBarItem() {
+    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+        std::cerr << "plenda: no system tray; open the day window to use Plenda\n";
+    }
+    QIcon icon(icons_->symbol("square.grid.2x2.fill", 16, QFont::Normal, Qt::black, devicePixelRatio()));
+    icon.setIsMask(true);  // a template image: the menu bar tints it
+    trayIcon_ = new QSystemTrayIcon(icon, this);
+    trayIcon_->setToolTip(localized("Plenda"));
+    connect(trayIcon_, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::Context) showMenuBarPanel();
+    });
+    trayIcon_->show();
+}
+
+void PlendaMacApp::showMenuBarPanel() {
+    if (!menuPanel_) {
+        menuPanel_ = std::make_unique<QWidget>(nullptr, Qt::Popup | Qt::FramelessWindowHint);
+        auto* layout = new QVBoxLayout(menuPanel_.get());
+        layout->setContentsMargins(0, 0, 0, 0);
+        menuContent_ = new MenuBarContent(*store_, *tracker_, *clock_, *icons_, panelCommands());
+        layout->addWidget(menuContent_);
+    }
+    menuContent_->reload();
+    menuPanel_->adjustSize();
+    // Under the item, kept on its screen.
+    const QRect item = trayIcon_->geometry();
+    QPoint at = item.isValid() ? QPoint(item.center().x() - menuPanel_->width() / 2, item.bottom() + 4)
+                               : QCursor::pos();
+    if (const QScreen* screen = screenAt(at)) {
+        const QRect room = screen->availableGeometry();
+        at.setX(std::clamp(at.x(), room.left() + 4, room.right() - menuPanel_->width() - 4));
+        at.setY(std::clamp(at.y(), room.top(), room.bottom() - menuPanel_->height()));
+    }
+    menuPanel_->move(at);
+    menuPanel_->show();
+    menuPanel_->activateWindow();
+}
+
+void PlendaMacApp::openDayWindow() {
+    if (menuPanel_) menuPanel_->hide();
+    services_.activateIgnoringOtherApps();
+    dayWindow_->show();
+    // In a later turn, bring the one day window forward; the notch panel shares its title but not its level.
+    QTimer::singleShot(0, this, [] {
+        for (QWidget* window : QApplication::topLevelWidgets()) {
+            if (window->windowTitle() != QLatin1String("Plenda") || TodayWindowKeeper::isRaisedLevel(*window)) continue;
+            window->raise();
+            window->activateWindow();
+            return;
+        }
+    });
+}
+
+void PlendaMacApp::openSettingsWindow() {
+    if (menuPanel_) menuPanel_->hide();
+    services_.activateIgnoringOtherApps();
+    if (!settingsWindow_) {
+        settingsWindow_ = std::make_unique<MacSettingsView>(MacSettingsView::Dependencies{
+            *defaults_, *tracker_, *services_.loginItem, *services_.accessibility, *icons_, std::cout});
+        settingsWindow_->setWindowTitle(localized("mac.settings"));
+    }
+    settingsWindow_->show();
+    settingsWindow_->raise();
+    settingsWindow_->activateWindow();
+}
+
+void PlendaMacApp::requestTermination() {
+    if (quitting_ || !delegate_) {
+        QCoreApplication::exit(0);
+        return;
+    }
+    if (delegate_->applicationShouldTerminate() == MacAppDelegate::TerminateReply::now) {
+        quitting_ = true;
+        QCoreApplication::exit(0);
+    }
+    // Otherwise the delegate ends the application once the upload or the time limit is done.
+}
+
+bool PlendaMacApp::event(QEvent* event) {
+    // Qt turns the Dock's and the app menu's Quit, logout and the session
+    // manager's "die" into this event; ignoring it defers the platform's
+    // termination until requestTermination lets it go.
+    if (event->type() == QEvent::Quit && !quitting_) {
+        requestTermination();
+        if (!quitting_) {
+            event->ignore();
+            return true;
+        }
+        return true;
+    }
+    return QApplication::event(event);
+}
+
+}  // namespace plenda

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "app/PlatformServices.h"
+#include "views/PanelCommands.h"
+
+#include <QApplication>
+#include <QPointer>
+
+#include <memory>
+
+class QSystemTrayIcon;
+
+namespace plenda {
+
+class IconProvider;
+class IcuCalendar;
+class MacActivityStore;
+class MacAppDelegate;
+class MacAppTracker;
+class MenuBarContent;
+class NotchPanelController;
+class QtDefaults;
+class QtFiles;
+class QtScheduler;
+class QtScreens;
+class QtStringTable;
+class QuitSignals;
+class SystemClock;
+class TodayView;
+class TodayWindowKeeper;
+
+// The application: the shared store and tracker, the day window, the
+// menu-bar item (only without a notch) or the notch panel, the settings
+// window and the delegate that runs the lifecycle. Every way of quitting
+// (the panel's command, the app menu or Dock, the session ending, SIGTERM)
+// goes through requestTermination and its bounded wait for uploads.
+class PlendaMacApp final : public QApplication {
+public:
+    PlendaMacApp(int& argc, char** argv);
+    ~PlendaMacApp() override;
+
+    // Sets everything up, runs the event loop, returns the exit status.
+    int run();
+    void requestTermination();
+    void openDayWindow();
+    void openSettingsWindow();
+
+protected:
+    bool event(QEvent* event) override;
+
+private:
+    void makeDayWindow();
+    void makeMenuBarItem();
+    void showMenuBarPanel();
+    PanelCommands panelCommands();
+
+    std::unique_ptr<QtScheduler> scheduler_;
+    std::unique_ptr<SystemClock> clock_;
+    std::unique_ptr<IcuCalendar> calendar_;
+    std::unique_ptr<QtDefaults> defaults_;
+    std::unique_ptr<QtFiles> files_;
+    std::unique_ptr<QtStringTable> strings_;
+    std::unique_ptr<QtScreens> screens_;
+    std::unique_ptr<IconProvider> icons_;
+    PlatformServices services_;
+    std::shared_ptr<MacActivityStore> store_;
+    std::shared_ptr<MacAppTracker> tracker_;
+    std::unique_ptr<TodayWindowKeeper> keeper_;
+    std::unique_ptr<NotchPanelController> notch_;
+    std::unique_ptr<MacAppDelegate> delegate_;
+    std::unique_ptr<QuitSignals> quitSignals_;
+    std::unique_ptr<QWidget> dayWindow_;
+    TodayView* todayView_ = nullptr;
+    std::unique_ptr<QWidget> settingsWindow_;
+    std::unique_ptr<QWidget> menuPanel_;
+    MenuBarContent* menuContent_ = nullptr;
+    QSystemTrayIcon* trayIcon_ = nullptr;
+    bool showsMenuBarIcon_ = false;
+    bool quitting_ = false;
+};
+
+}  // namespace plenda

@@ -1,0 +1,13 @@
+#pragma once
+
+namespace plenda {
+
+// NSApplication activateIgnoringOtherApps:YES.
+void macActivateIgnoringOtherApps();
+// `nsView` is the panel's content NSView (a Qt window id on macOS). Makes its
+// window a non-activating, transparent panel at the status-window level (25)
+// that joins all spaces, stays put, skips window cycling and shows over
+// full-screen applications (collection behaviour 337).
+void macConfigureNotchPanel(void* nsView);
+
+}  // namespace plenda

@@ -1,0 +1,222 @@
+#include "app/MacAppDelegate.h"
+
+#include "fakes/TrackerFixture.h"
+#include "sync/CloudFaultInjector.h"
+#include "sync/SqliteCloudDatabase.h"
+#include "tracking/BrowserTabs.h"
+#include "tracking/WindowTitles.h"
+
+#include <gtest/gtest.h>
+
+namespace plenda {
+namespace {
+
+const RunningApplication editor{"com.example.Editor", "Editor", 41};
+const RunningApplication safari{"com.apple.Safari", "Safari", 42};
+
+// The delegate with the real store and tracker on virtual time, a cloud
+// stand-in behind a fault injector, and scripted platform services.
+class MacAppDelegateTest : public TrackerFixture {
+protected:
+    SqliteCloudDatabase server{SqliteCloudDatabase::Options{.clock = &scheduler}};
+    CloudFaultInjector cloud{server};
+    std::shared_ptr<MacAppTracker> sharedTracker;
+    std::unique_ptr<MacAppDelegate> delegate;
+    std::vector<Date> terminations;
+    int notchShows = 0;
+    int visibilityApplied = 0;
+    std::optional<RunningApplication> frontAtLaunch = editor;
+
+    void launch() {
+        sharedStore = std::make_shared<MacActivityStore>(MacActivityStore::Dependencies{
+            scheduler, scheduler, calendar, defaults, files, strings, cloudSyncDisabled, &Uuid::random, output,
+            &cloud});
+        sharedTracker = std::make_shared<MacAppTracker>(MacAppTracker::Dependencies{
+            scheduler, scheduler, defaults, workspace, scripts, accessibility, idleClock, output});
+        delegate = std::make_unique<MacAppDelegate>(MacAppDelegate::Dependencies{
+            scheduler, scheduler, defaults, workspace, accessibility, sharedStore, sharedTracker,
+            [this] { ++notchShows; }, [this] { ++visibilityApplied; },
+            [this] { terminations.push_back(scheduler.now()); }});
+        workspace.frontmost = frontAtLaunch;
+        delegate->applicationDidFinishLaunching();
+    }
+    std::size_t requests(CloudFaultInjector::Kind kind) const {
+        std::size_t count = 0;
+        for (const auto& request : cloud.requests()) count += request.kind == kind;
+        return count;
+    }
+    // Launched, synced once, then a minute of work in the editor.
+    void launchAndWork() {
+        launch();
+        scheduler.runUntilIdle();
+        work(60);
+    }
+};
+
+TEST_F(MacAppDelegateTest, StartUpRunsItsStepsInOrderAndSyncsAtOnce) {
+    launch();
+    EXPECT_EQ(notchShows, 1);
+    EXPECT_EQ(sharedTracker->currentAppName(), "Editor");
+    EXPECT_EQ(requests(CloudFaultInjector::Kind::fetchZoneChanges), 0u) << "the sync is a separate task";
+    scheduler.runUntilIdle();
+    EXPECT_EQ(requests(CloudFaultInjector::Kind::fetchZoneChanges), 1u);
+    scheduler.advance(0.99);
+    EXPECT_EQ(visibilityApplied, 0);
+    scheduler.advance(0.02);
+    EXPECT_EQ(visibilityApplied, 1);
+}
+
+TEST_F(MacAppDelegateTest, SyncsEveryTwoMinutes) {
+    launch();
+    scheduler.runUntilIdle();
+    scheduler.advance(10 * 60 + 1);
+    // At launch and after 2, 4, 6, 8 and 10 minutes.
+    EXPECT_EQ(requests(CloudFaultInjector::Kind::fetchZoneChanges), 6u);
+}
+
+struct LaunchPrompts {
+    const char* name;
+    bool browserOutcomeStored;
+    bool trusted;
+    bool windowOutcomeStored;
+    bool probesBrowsers;
+    bool asksForTrust;
+};
+
+class LaunchPromptTest : public MacAppDelegateTest, public ::testing::WithParamInterface<LaunchPrompts> {};
+
+TEST_P(LaunchPromptTest, ProbesAndPromptsOnlyOnFirstRun) {
+    const LaunchPrompts& c = GetParam();
+    if (c.browserOutcomeStored) defaults.setString(BrowserTabs::outcomeKey, "ok example.com");
+    if (c.windowOutcomeStored) defaults.setString(WindowTitles::outcomeKey, "asked");
+    accessibility.trusted = c.trusted;
+    workspace.running = {editor, safari};
+    // A window title read at start would store its outcome before the check.
+    frontAtLaunch = std::nullopt;
+    launch();
+    scheduler.advance(2.9);
+    EXPECT_TRUE(scripts.ran.empty());
+    scheduler.advance(0.2);
+    EXPECT_EQ(!scripts.ran.empty(), c.probesBrowsers);
+    scheduler.advance(2.8);
+    EXPECT_EQ(accessibility.trustRequests, 0);
+    scheduler.advance(0.2);
+    EXPECT_EQ(accessibility.trustRequests, c.asksForTrust ? 1 : 0);
+    scheduler.advance(60);
+    EXPECT_EQ(accessibility.trustRequests, c.asksForTrust ? 1 : 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    FirstRun, LaunchPromptTest,
+    ::testing::Values(LaunchPrompts{"fresh", false, false, false, true, true},
+                      LaunchPrompts{"browserAsked", true, false, false, false, true},
+                      LaunchPrompts{"trusted", false, true, false, true, false},
+                      LaunchPrompts{"trustedAndAsked", true, true, true, false, false},
+                      LaunchPrompts{"accessibilityAsked", false, false, true, true, false}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(MacAppDelegateTest, EveryActivationSyncsAndProbesTheBrowsers) {
+    defaults.setString(BrowserTabs::outcomeKey, "ok example.com");
+    workspace.running = {safari};
+    launch();
+    scheduler.advance(10);
+    EXPECT_TRUE(scripts.ran.empty());
+    const auto pulls = requests(CloudFaultInjector::Kind::fetchZoneChanges);
+    delegate->applicationDidBecomeActive();
+    EXPECT_EQ(scripts.ran.size(), 1u) << "the probe runs at once";
+    scheduler.runUntilIdle();
+    EXPECT_EQ(requests(CloudFaultInjector::Kind::fetchZoneChanges), pulls + 1);
+}
+
+TEST_F(MacAppDelegateTest, WakeClearsTheUnavailableLatchAndSyncs) {
+    cloud.setAccountStatus(CloudAccountStatus::noAccount);
+    launch();
+    scheduler.runUntilIdle();
+    const auto checks = requests(CloudFaultInjector::Kind::accountStatus);
+    EXPECT_EQ(requests(CloudFaultInjector::Kind::fetchZoneChanges), 0u);
+    cloud.setAccountStatus(std::nullopt);
+    // Latched: the timer's sync does not look at the account again.
+    scheduler.advance(121);
+    EXPECT_EQ(requests(CloudFaultInjector::Kind::accountStatus), checks);
+    EXPECT_EQ(requests(CloudFaultInjector::Kind::fetchZoneChanges), 0u);
+    workspace.wake();
+    scheduler.runUntilIdle();
+    EXPECT_EQ(requests(CloudFaultInjector::Kind::accountStatus), checks + 1);
+    EXPECT_EQ(requests(CloudFaultInjector::Kind::fetchZoneChanges), 1u);
+}
+
+TEST_F(MacAppDelegateTest, QuitsAtOnceWhenNothingIsPending) {
+    launchAndWork();
+    const Date paused = scheduler.now();
+    sharedTracker->setTracking(false);
+    scheduler.runUntilIdle();
+    ASSERT_FALSE(sharedStore->cloud().hasPendingChanges()) << "the session's upload went through";
+    EXPECT_EQ(delegate->applicationShouldTerminate(), MacAppDelegate::TerminateReply::now);
+    ASSERT_EQ(blocks().size(), 1u);
+    EXPECT_EQ(blocks().front().effectiveEnd(), paused);
+    EXPECT_FALSE(sharedStore->hasPendingSave()) << "written before the answer";
+    EXPECT_NE(files.readFile(blocksPath).bytes.find("Editor"), std::string::npos);
+    scheduler.advance(10);
+    EXPECT_TRUE(terminations.empty()) << "an immediate answer needs no deferred reply";
+}
+
+TEST_F(MacAppDelegateTest, QuitsAtOnceWithCloudSyncOffAfterRecordingTheSession) {
+    cloudSyncDisabled = true;
+    launchAndWork();
+    const Date before = scheduler.now();
+    EXPECT_EQ(delegate->applicationShouldTerminate(), MacAppDelegate::TerminateReply::now);
+    ASSERT_EQ(blocks().size(), 1u);
+    EXPECT_EQ(blocks().front().title, "Editor");
+    EXPECT_EQ(blocks().front().effectiveEnd(), before);
+    EXPECT_FALSE(sharedTracker->currentAppName());
+    EXPECT_NE(files.readFile(blocksPath).bytes.find("Editor"), std::string::npos);
+    EXPECT_TRUE(cloud.requests().empty());
+}
+
+TEST_F(MacAppDelegateTest, WaitsForAWorkingUploadThenQuits) {
+    launchAndWork();
+    scheduler.runUntilIdle();
+    cloud.clearRequests();
+    // The session's upload hangs for a second, then the server answers.
+    cloud.hangNextRequests(1);
+    const Date requested = scheduler.now();
+    scheduler.after(1.0, [this] { cloud.releaseHungRequests(); });
+    EXPECT_EQ(delegate->applicationShouldTerminate(), MacAppDelegate::TerminateReply::later);
+    scheduler.advance(0.9);
+    EXPECT_TRUE(terminations.empty());
+    scheduler.advance(0.2);
+    ASSERT_EQ(terminations.size(), 1u);
+    EXPECT_NEAR(terminations.front() - requested, 1.0, 0.01);
+    EXPECT_FALSE(sharedStore->cloud().hasPendingChanges());
+    scheduler.advance(5);
+    EXPECT_EQ(terminations.size(), 1u) << "the 4-second limit finds the reply given";
+}
+
+TEST_F(MacAppDelegateTest, GivesUpOnAHangingUploadAfterFourSeconds) {
+    launchAndWork();
+    scheduler.runUntilIdle();
+    cloud.hangNextRequests(100);
+    const Date requested = scheduler.now();
+    EXPECT_EQ(delegate->applicationShouldTerminate(), MacAppDelegate::TerminateReply::later);
+    // A second request while waiting (SIGTERM during logout) joins the same wait.
+    EXPECT_EQ(delegate->applicationShouldTerminate(), MacAppDelegate::TerminateReply::later);
+    scheduler.advance(3.99);
+    EXPECT_TRUE(terminations.empty());
+    scheduler.advance(0.02);
+    ASSERT_EQ(terminations.size(), 1u);
+    EXPECT_DOUBLE_EQ(terminations.front() - requested, MacAppDelegate::terminateLimit);
+    EXPECT_EQ(delegate->applicationShouldTerminate(), MacAppDelegate::TerminateReply::now);
+    // Nothing was lost: the block is on disk for the next launch to upload.
+    EXPECT_NE(files.readFile(blocksPath).bytes.find("Editor"), std::string::npos);
+}
+
+TEST_F(MacAppDelegateTest, TimersDoNothingOnceTheDelegateIsGone) {
+    launch();
+    delegate.reset();
+    scheduler.advance(300);
+    EXPECT_EQ(visibilityApplied, 0);
+    EXPECT_EQ(requests(CloudFaultInjector::Kind::fetchZoneChanges), 0u);
+}
+
+}  // namespace
+}  // namespace plenda
