@@ -23,6 +23,8 @@ within() { local seconds=$1; shift; for _ in $(seq $((seconds * 10))); do "$@" &
 
 # xprop exits 0 even when the property is missing: look for the window id.
 openbox_ready() { xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q "window id"; }
+# The virtual display may still be coming up.
+within 10 xprop -root >/dev/null 2>&1 || { echo "the virtual display did not start" >&2; exit 1; }
 openbox >"$out/openbox.log" 2>&1 &
 pids+=($!)
 within 5 openbox_ready || { echo "openbox did not start" >&2; exit 1; }
@@ -39,7 +41,7 @@ pids+=($app)
 within 10 bash -c 'xdotool search --onlyvisible --name "^Plenda$" >/dev/null 2>&1' || { cat "$out/plenda.log"; exit 1; }
 echo "Plenda is running; switching between two terminal windows for about fifteen seconds..."
 for step in Terminal Notes Terminal Notes Terminal; do
-  xdotool windowactivate --sync "$(window $step)"
+  xdotool windowactivate --sync "$(window $step)" 2>/dev/null
   xdotool mousemove 300 500
   sleep 3
 done

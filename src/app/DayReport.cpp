@@ -222,7 +222,8 @@ int runDayReport(int argc, char** argv) {
         std::cout << pad("Activity", titleWidth) << "  " << pad("Category", 13) << "  " << std::setw(8) << "Time"
                   << "  " << std::setw(8) << "Sessions" << "  Span\n";
         for (const auto& s : summaries) {
-            std::cout << pad(s.title, titleWidth) << "  " << pad(std::string(rawValue(s.category)), 13) << "  "
+            const std::string category = qtTrId(std::string(labelKey(s.category)).c_str()).toStdString();
+            std::cout << pad(s.title, titleWidth) << "  " << pad(category, 13) << "  "
                       << std::setw(8) << formatDuration(s.minutes) << "  " << std::setw(8) << s.sessions << "  "
                       << clockText(s.firstStart) << "–" << clockText(s.lastEnd) << "\n";
         }

@@ -32,8 +32,13 @@ QString abbreviatedDate(const LocalTime& time, const QLocale& locale) {
     return locale.toString(toQDate(time), abbreviatedDateFormat(locale));
 }
 
+// Hours and minutes only: some locales' short format (the C locale's among
+// them) also carries seconds.
 QString shortTime(const LocalTime& time, const QLocale& locale) {
-    return locale.toString(QTime(time.hour, time.minute), QLocale::ShortFormat);
+    static const QRegularExpression seconds(QStringLiteral("[:.]ss?"));
+    QString format = locale.timeFormat(QLocale::ShortFormat);
+    format.remove(seconds);
+    return locale.toString(QTime(time.hour, time.minute), format);
 }
 
 QString timeSpan(const LocalTime& from, const LocalTime& to, const QLocale& locale) {

@@ -26,6 +26,7 @@ TEST(DateTexts, LocaleAwareNamesDatesAndSpans) {
     EXPECT_FALSE(span.contains(QStringLiteral(" \u2013"))) << "no spaces around the dash";
     EXPECT_TRUE(span.endsWith("PM")) << span.toStdString();
     EXPECT_EQ(timeSpan(monday, later, german), QStringLiteral("09:05\u201322:40"));
+    EXPECT_EQ(timeSpan(monday, later, QLocale::c()), QStringLiteral("09:05\u201322:40")) << "no seconds";
 }
 
 }  // namespace
