@@ -10,10 +10,9 @@ packages=(
   libx11-dev libxss-dev libxcb-screensaver0-dev libgl-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   xvfb openbox xdotool wmctrl x11-utils xterm
+  # The sanitizer builds and libFuzzer.
+  clang-19 libclang-rt-19-dev
 )
-if [ "${PLENDA_WITH_FUZZ:-0}" = 1 ]; then
-  packages+=(clang-19 libclang-rt-19-dev)
-fi
 
 missing=()
 for p in "${packages[@]}"; do
