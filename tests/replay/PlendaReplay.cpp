@@ -3,7 +3,7 @@
 //
 //   plenda-replay SCENARIO.jsonl [--expect EXPECTED.txt]
 //
-// Every line is one object with "at" (seconds from the start, never going
+// Every line is one object with "at" (seconds from the start, at most two days, never going
 // back) and "event":
 //   setup     {"zone": IANA id, "startUnix": seconds}      first line only
 //   start                                                 the tracker starts

@@ -19,6 +19,8 @@
 
 #include <simdjson.h>
 
+#include <cmath>
+#include <iomanip>
 #include <fstream>
 #include <iostream>
 #include <sstream>
@@ -54,6 +56,29 @@ double number(const element& object, std::string_view name) {
     if (!value || !value->is_number()) throw ScenarioError("\"" + std::string(name) + "\" must be a number");
     return double(*value);
 }
+
+// A number from `lowest` to `highest`.
+double numberWithin(const element& object, std::string_view name, double lowest, double highest) {
+    const double value = number(object, name);
+    if (!(value >= lowest && value <= highest)) {
+        std::ostringstream message;
+        message << std::setprecision(12) << '"' << name << "\" must lie between " << lowest << " and " << highest;
+        throw ScenarioError(message.str());
+    }
+    return value;
+}
+
+// A whole number that fits a process id or an error code.
+int integer(const element& object, std::string_view name) {
+    const double value = numberWithin(object, name, -2147483648.0, 2147483647.0);
+    if (value != std::floor(value)) throw ScenarioError("\"" + std::string(name) + "\" must be a whole number");
+    return static_cast<int>(value);
+}
+
+// Virtual time runs every timer tick on the way, so a scenario spans two days at most.
+constexpr double longestScenario = 2 * 86400.0;
+// 1970 to 2100.
+constexpr double latestStartUnix = 4102444800.0;
 
 std::optional<std::string> optionalText(const element& object, std::string_view name) {
     const auto value = field(object, name);
@@ -96,7 +121,7 @@ DefaultsValue defaultsValue(const element& value) {
 
 RunningApplication application(const element& object) {
     return {optionalText(object, "bundleId"), optionalText(object, "name"),
-            field(object, "pid") ? static_cast<int>(number(object, "pid")) : 0};
+            field(object, "pid") ? integer(object, "pid") : 0};
 }
 
 class Replay {
@@ -106,12 +131,12 @@ public:
         if (kind == "setup") {
             if (!first) throw ScenarioError("\"setup\" must be the first line");
             if (auto zone = optionalText(event, "zone")) calendar = IcuCalendar(*zone);
-            if (field(event, "startUnix")) start = Date::fromUnixSeconds(number(event, "startUnix"));
+            if (field(event, "startUnix")) start = Date::fromUnixSeconds(numberWithin(event, "startUnix", 0, latestStartUnix));
             scheduler.advanceTo(start);
             return;
         }
         if (first) scheduler.advanceTo(start);
-        const Date when = start + number(event, "at");
+        const Date when = start + numberWithin(event, "at", 0, longestScenario);
         if (when < scheduler.now()) throw ScenarioError("\"at\" goes back in time");
         scheduler.advanceTo(when);
         apply(kind, event);
@@ -156,7 +181,7 @@ private:
         } else if (kind == "back") {
             idleClock.back();
         } else if (kind == "idle") {
-            idleClock.away(scheduler.now() - number(event, "seconds"));
+            idleClock.away(scheduler.now() - numberWithin(event, "seconds", 0, longestScenario));
         } else if (kind == "sleep") {
             workspace.sleep();
         } else if (kind == "wake") {
@@ -196,7 +221,7 @@ private:
         const auto script = browserScripts().find(id);
         if (script == browserScripts().end()) throw ScenarioError("\"" + id + "\" is not a supported browser");
         ScriptResult result;
-        if (field(event, "error")) result = ScriptedScriptRunner::error(static_cast<long>(number(event, "error")));
+        if (field(event, "error")) result = ScriptedScriptRunner::error(integer(event, "error"));
         else if (flag(event, "unavailable", false)) result = {};
         else if (element url; event["url"].get(url) == simdjson::SUCCESS) result = ScriptedScriptRunner::text(optionalText(event, "url"));
         else throw ScenarioError("a browser answer needs \"url\", \"error\" or \"unavailable\"");
@@ -204,12 +229,12 @@ private:
     }
 
     void windowAnswer(const element& event) {
-        const int pid = static_cast<int>(number(event, "pid"));
+        const int pid = integer(event, "pid");
         using S = FocusedWindowTitle::Status;
         if (field(event, "windowError")) {
-            accessibility.windows[pid] = {S::windowError, static_cast<long>(number(event, "windowError")), {}};
+            accessibility.windows[pid] = {S::windowError, integer(event, "windowError"), {}};
         } else if (field(event, "titleError")) {
-            accessibility.windows[pid] = {S::titleError, static_cast<long>(number(event, "titleError")), {}};
+            accessibility.windows[pid] = {S::titleError, integer(event, "titleError"), {}};
         } else if (flag(event, "notAnElement", false)) {
             accessibility.windows[pid] = {S::notAnElement, 0, {}};
         } else {
