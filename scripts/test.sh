@@ -13,6 +13,7 @@ cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh
 
 jobs=$(nproc)
+symbolizer=/usr/lib/llvm-19/bin/llvm-symbolizer
 xvfb() { xvfb-run -a -s "-screen 0 1280x800x24" "$@"; }
 
 configure() {
@@ -34,14 +35,14 @@ run_debug() {
 run_asan() {
   configure asan "-DPLENDA_FUZZ_SECONDS=${PLENDA_FUZZ_SECONDS:-10}"
   cmake --build --preset asan -j "$jobs"
-  ASAN_OPTIONS=detect_leaks=1:abort_on_error=0 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+  ASAN_SYMBOLIZER_PATH=$symbolizer ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
     xvfb ctest --test-dir build/asan --output-on-failure -j "$jobs"
 }
 
 run_tsan() {
   configure tsan
   cmake --build --preset tsan -j "$jobs" --target plenda_thread_tests
-  TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1 suppressions=$PWD/tests/threads/tsan.supp" \
+  TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1 external_symbolizer_path=$symbolizer suppressions=$PWD/tests/threads/tsan.supp" \
     xvfb ctest --test-dir build/tsan --output-on-failure -R '^plenda_thread_tests$'
 }
 
