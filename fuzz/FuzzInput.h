@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <string>
 
 namespace plenda {
@@ -28,6 +29,19 @@ public:
         std::string out;
         for (std::size_t i = 0; i < length && !empty(); ++i) out.push_back(static_cast<char>(byte()));
         return out;
+    }
+    // Everything not consumed yet.
+    std::string rest() {
+        std::string out(reinterpret_cast<const char*>(data_) + position_, size_ - position_);
+        position_ = size_;
+        return out;
+    }
+    // One of the given texts, or (when the byte says so) arbitrary text.
+    template <class List>
+    std::string oneOf(const List& choices) {
+        const std::size_t pick = byte();
+        if (pick >= std::size(choices)) return text();
+        return std::string(choices[pick]);
     }
     // Any property-list value, nested a few levels at most.
     DefaultsValue value(int depth = 0) {

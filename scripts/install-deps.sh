@@ -10,10 +10,10 @@ packages=(
   libx11-dev libxss-dev libxcb-screensaver0-dev libgl-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   xvfb openbox xdotool wmctrl x11-utils xterm
+  # The sanitizer builds and libFuzzer; llvm-19 symbolizes their reports,
+  # which the ThreadSanitizer suppressions need.
+  clang-19 libclang-rt-19-dev llvm-19
 )
-if [ "${PLENDA_WITH_FUZZ:-0}" = 1 ]; then
-  packages+=(clang-19 libclang-rt-19-dev)
-fi
 
 missing=()
 for p in "${packages[@]}"; do

@@ -1,15 +1,54 @@
 #!/usr/bin/env bash
 # Builds Plenda and runs every test, from a fresh Debian 12 machine:
-# installs what is missing, configures once, builds, runs CTest under a
-# virtual X display (tests that need a window manager start their own).
+# installs what is missing, then three builds, each configured once:
+#   debug  every test (CTest under a virtual X display; tests that need a
+#          window manager start their own),
+#   asan   every test again under AddressSanitizer and UBSan, plus each fuzz
+#          target fuzzing for PLENDA_FUZZ_SECONDS (default 10),
+#   tsan   the threaded tests under ThreadSanitizer.
+# PLENDA_PRESET=<name> runs one of them only. Non-interactive and idempotent.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 bash scripts/install-deps.sh
 
-preset=${PLENDA_PRESET:-debug}
-[ -f "build/$preset/CMakeCache.txt" ] || cmake --preset "$preset"
-cmake --build --preset "$preset" -j "$(nproc)"
+jobs=$(nproc)
+symbolizer=/usr/lib/llvm-19/bin/llvm-symbolizer
+xvfb() { xvfb-run -a -s "-screen 0 1280x800x24" "$@"; }
 
-xvfb-run -a -s "-screen 0 1280x800x24" \
-  ctest --test-dir "build/$preset" --output-on-failure -j "$(nproc)"
+configure() {
+  local preset=$1
+  shift
+  if [ ! -f "build/$preset/CMakeCache.txt" ]; then
+    cmake --preset "$preset" "$@"
+  elif [ $# -gt 0 ]; then
+    cmake -S . -B "build/$preset" "$@" >/dev/null
+  fi
+}
+
+run_debug() {
+  configure debug
+  cmake --build --preset debug -j "$jobs"
+  xvfb ctest --test-dir build/debug --output-on-failure -j "$jobs"
+}
+
+run_asan() {
+  configure asan "-DPLENDA_FUZZ_SECONDS=${PLENDA_FUZZ_SECONDS:-10}"
+  cmake --build --preset asan -j "$jobs"
+  ASAN_SYMBOLIZER_PATH=$symbolizer ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+    xvfb ctest --test-dir build/asan --output-on-failure -j "$jobs"
+}
+
+run_tsan() {
+  configure tsan
+  cmake --build --preset tsan -j "$jobs" --target plenda_thread_tests
+  TSAN_OPTIONS="halt_on_error=1 second_deadlock_stack=1 external_symbolizer_path=$symbolizer suppressions=$PWD/tests/threads/tsan.supp" \
+    xvfb ctest --test-dir build/tsan --output-on-failure -R '^plenda_thread_tests$'
+}
+
+start=$SECONDS
+for preset in ${PLENDA_PRESET:-debug asan tsan}; do
+  echo "== $preset"
+  "run_$preset"
+done
+echo "== all passed in $((SECONDS - start)) s"

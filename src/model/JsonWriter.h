@@ -7,6 +7,9 @@ namespace plenda {
 
 // Appends compact JSON. Numbers use the shortest text that reads back to the
 // same double; a non-finite number makes the whole output invalid (`ok()`).
+// Text that is not valid UTF-8 is written with U+FFFD in place of each bad
+// sequence: a reader refuses invalid UTF-8, and one such title must not make
+// the whole block file unreadable.
 class JsonWriter {
 public:
     void beginObject();

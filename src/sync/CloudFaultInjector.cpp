@@ -36,6 +36,30 @@ void CloudFaultInjector::setAccountStatus(std::optional<CloudAccountStatus> stat
     accountStatus_ = status;
 }
 
+void CloudFaultInjector::rewindTokens(int count) {
+    std::lock_guard guard(mutex_);
+    rewindsLeft_ = count;
+}
+
+void CloudFaultInjector::repeatChanges(bool repeat) {
+    std::lock_guard guard(mutex_);
+    repeatChanges_ = repeat;
+}
+
+void CloudFaultInjector::distort(CloudZoneChanges& page, const CloudChangeTokenPtr& requestToken) {
+    std::lock_guard guard(mutex_);
+    if (rewindsLeft_ > 0) {
+        --rewindsLeft_;
+        page.changeToken = requestToken;
+    }
+    if (repeatChanges_) {
+        const auto modifications = page.modifications;
+        page.modifications.insert(page.modifications.end(), modifications.begin(), modifications.end());
+        const auto deletions = page.deletions;
+        page.deletions.insert(page.deletions.end(), deletions.begin(), deletions.end());
+    }
+}
+
 void CloudFaultInjector::hangNextRequests(int count, int skip) {
     std::lock_guard guard(mutex_);
     hangsLeft_ = count;
@@ -146,7 +170,12 @@ void CloudFaultInjector::fetchZoneChanges(const CloudZoneID& zone, CloudChangeTo
     const bool hadToken = token != nullptr;
     route(
         {Kind::fetchZoneChanges, 0, 0, hadToken},
-        [this, zone, token = std::move(token), shared] { inner_.fetchZoneChanges(zone, token, *shared); },
+        [this, zone, token = std::move(token), shared] {
+            inner_.fetchZoneChanges(zone, token, [this, token, shared](CloudResult<CloudZoneChanges> page) {
+                if (page.ok()) distort(page.value(), token);
+                (*shared)(std::move(page));
+            });
+        },
         [shared](const CloudError& error) { (*shared)(error); });
 }
 

@@ -14,8 +14,8 @@ namespace plenda {
 
 // Wraps any cloud database and makes it misbehave on purpose: failed
 // requests (counted or at random), rejected records, an expired token, a
-// missing zone, a doubtful or missing account, and requests that never
-// return. Also keeps a log of the requests that reached it.
+// missing zone, a doubtful or missing account, requests that never return,
+// and pages whose token goes backwards or that repeat their changes. Also keeps a log of the requests that reached it.
 class CloudFaultInjector final : public CloudDatabase {
 public:
     enum class Kind { accountStatus, saveZone, fetchZoneChanges, modifyRecords };
@@ -41,6 +41,11 @@ public:
     void reportZoneMissing(long code = CloudErrorCode::zoneNotFound);
     // Answers every account check with this status; none: ask the wrapped database.
     void setAccountStatus(std::optional<CloudAccountStatus> status);
+    // The next `count` pages answer with the token their request carried (none
+    // when it carried none), as a server whose token went backwards.
+    void rewindTokens(int count);
+    // Every page lists each of its changes and deletions twice.
+    void repeatChanges(bool repeat);
     // After letting `skip` requests through, the next `count` do not return until released (or ever).
     void hangNextRequests(int count, int skip = 0);
     // Sends the hung requests on to the wrapped database now.
@@ -63,6 +68,8 @@ public:
 
 private:
     enum class Verdict { pass, fail, hang };
+    // Applies the rewinds and repeats to a page on its way back.
+    void distort(CloudZoneChanges& page, const CloudChangeTokenPtr& requestToken);
     // Logs the request and decides its fate; `error` receives the failure.
     Verdict admit(Request request, CloudError& error);
     // Forwards, fails or holds one request.
@@ -80,6 +87,8 @@ private:
     bool expireToken_ = false;
     std::optional<long> zoneMissing_;
     std::optional<CloudAccountStatus> accountStatus_;
+    int rewindsLeft_ = 0;
+    bool repeatChanges_ = false;
     int hangsLeft_ = 0;
     int passesBeforeHang_ = 0;
     // Hung requests, ready to be forwarded.

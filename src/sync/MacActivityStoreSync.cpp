@@ -161,7 +161,8 @@ void MacActivityStore::applyPulled(const std::vector<CloudRecordEnvelope>& chang
 
     for (const CloudRecordEnvelope& envelope : changed) {
         auto incoming = decodeBlock(envelope.payload);
-        if (!incoming) continue;
+        // A payload filed under another block's name is not that block's record.
+        if (!incoming || incoming->id != envelope.id) continue;
         const auto found = index.find(incoming->id);
         if (found == index.end()) {
             // Deleted here and not yet uploaded: the deletion is the newer intent.

@@ -86,7 +86,7 @@ std::optional<std::string> projectName(const std::optional<std::string>& bundleI
         id.starts_with("jetbrains-")) {
         if (segments.empty()) return std::nullopt;
         const std::string& first = segments.front();
-        return first.substr(0, first.find(" ["));
+        return std::string(trimmed(std::string_view(first).substr(0, first.find(" ["))));
     }
     if (id == "com.apple.Terminal" || id == "com.googlecode.iterm2") {
         if (segments.empty()) return std::nullopt;

@@ -134,6 +134,43 @@ TEST(BlockJson, EqualityCoversEveryFieldButIdentityIsTheId) {
     EXPECT_NE(a, b);
 }
 
+// Titles come from other programs' windows and from web addresses; bytes
+// that are not UTF-8 must not make the block file unreadable.
+struct Utf8Case {
+    const char* name;
+    std::string written;
+    std::string readBack;
+};
+
+class BlockJsonUtf8 : public ::testing::TestWithParam<Utf8Case> {};
+
+TEST_P(BlockJsonUtf8, FileStaysReadableAndValidTextIsKept) {
+    MacDayBlock block = fullBlock();
+    block.title = GetParam().written;
+    block.note = GetParam().written;
+    const auto encoded = encodeBlocks({block});
+    ASSERT_TRUE(encoded);
+    std::string error;
+    const auto decoded = decodeBlocks(*encoded, &error);
+    ASSERT_TRUE(decoded) << error;
+    ASSERT_EQ(decoded->size(), 1u);
+    EXPECT_EQ((*decoded)[0].title, GetParam().readBack);
+    EXPECT_EQ((*decoded)[0].note, GetParam().readBack);
+}
+
+const std::string fffd = "\xEF\xBF\xBD";
+INSTANTIATE_TEST_SUITE_P(
+    Titles, BlockJsonUtf8,
+    ::testing::Values(Utf8Case{"valid", "Caf\xC3\xA9 \xF0\x9F\x98\x80 \xE2\x80\x94 x", "Caf\xC3\xA9 \xF0\x9F\x98\x80 \xE2\x80\x94 x"},
+                      Utf8Case{"loneBytes", "\xFF\xFE", fffd + fffd},
+                      Utf8Case{"truncatedAtEnd", "ab\xE2\x80", "ab" + fffd + fffd},
+                      Utf8Case{"overlongSlash", "\xC0\xAF", fffd + fffd},
+                      Utf8Case{"overlongThreeBytes", "\xE0\x80\xAF", fffd + fffd + fffd},
+                      Utf8Case{"surrogate", "\xED\xA0\x80", fffd + fffd + fffd},
+                      Utf8Case{"beyondUnicode", "\xF4\x90\x80\x80", fffd + fffd + fffd + fffd},
+                      Utf8Case{"badThenGood", "\xC3(\xC3\xA9", fffd + "(\xC3\xA9"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
 TEST(BlockJson, DecodedTitlesAreComposed) {
     const auto block = decodeBlock(object("", "title").insert(1, "\"title\":\"Cafe\xCC\x81\","));
     ASSERT_TRUE(block);

@@ -50,8 +50,11 @@ TEST_F(QtFilesTest, MoveRenames) {
 }
 
 // A write cut off half-way (the file-size limit makes write() fail part-way
-// through, even for root) leaves the previous file whole and no stray file.
-TEST_F(QtFilesTest, InterruptedWriteLeavesThePreviousFileIntact) {
+// through, even for root) leaves the previous file whole and no stray file;
+// also when the bytes are few enough to sit in a write buffer until commit.
+class QtFilesInterruptedWrite : public QtFilesTest, public ::testing::WithParamInterface<std::size_t> {};
+
+TEST_P(QtFilesInterruptedWrite, LeavesThePreviousFileIntact) {
     const std::string target = path("blocks.json");
     ASSERT_FALSE(files.writeFileAtomically(target, "[\"previous\"]"));
 
@@ -59,9 +62,9 @@ TEST_F(QtFilesTest, InterruptedWriteLeavesThePreviousFileIntact) {
     getrlimit(RLIMIT_FSIZE, &saved);
     auto previousHandler = std::signal(SIGXFSZ, SIG_IGN);
     rlimit small = saved;
-    small.rlim_cur = 64 * 1024;
+    small.rlim_cur = GetParam() / 2;
     setrlimit(RLIMIT_FSIZE, &small);
-    const auto error = files.writeFileAtomically(target, std::string(1024 * 1024, 'x'));
+    const auto error = files.writeFileAtomically(target, std::string(GetParam(), 'x'));
     setrlimit(RLIMIT_FSIZE, &saved);
     std::signal(SIGXFSZ, previousHandler);
 
@@ -70,6 +73,8 @@ TEST_F(QtFilesTest, InterruptedWriteLeavesThePreviousFileIntact) {
     EXPECT_EQ(QDir(root.path()).entryList(QDir::Files), QStringList{"blocks.json"});
     EXPECT_FALSE(files.writeFileAtomically(target, "[]")) << "the next write succeeds";
 }
+
+INSTANTIATE_TEST_SUITE_P(Sizes, QtFilesInterruptedWrite, ::testing::Values(2 * 1024, 12 * 1024, 1024 * 1024));
 
 TEST(QtFilesDefault, ApplicationSupportFollowsXdgDataHome) {
     QTemporaryDir home;

@@ -39,6 +39,7 @@ INSTANTIATE_TEST_SUITE_P(
         ProjectCase{"com.jetbrains.intellij", "webapp [~/src/webapp] – App.kt", "webapp"},
         ProjectCase{"com.jetbrains.pycharm", "tool [a] [b] – x.py", "tool"},
         ProjectCase{"com.jetbrains.pycharm", "plain", "plain"},
+        ProjectCase{"com.jetbrains.pycharm", "tool   [~/src/tool] – x.py", "tool"},
         ProjectCase{"com.google.android.studio-EAP", "myapp [~/a] – Main.kt", "myapp"},
         ProjectCase{"jetbrains-idea", "webapp [~/src/webapp] – App.kt", "webapp"},
         ProjectCase{"com.apple.Terminal", "src — -zsh — 80×24", "src"},

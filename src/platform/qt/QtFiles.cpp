@@ -58,7 +58,10 @@ FileRead QtFiles::readFile(const std::string& path) const {
 
 std::optional<std::string> QtFiles::writeFileAtomically(const std::string& path, std::string_view bytes) {
     QSaveFile file(qpath(path));
-    if (!file.open(QIODevice::WriteOnly)) return file.errorString().toStdString();
+    // Unbuffered: a buffered write that fails while the buffer is flushed on
+    // commit is not seen by QSaveFile, which would then put the cut-off
+    // temporary file in place of the old one (a full disk did exactly that).
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) return file.errorString().toStdString();
     file.setPermissions(userOnlyFile);
     const qint64 size = static_cast<qint64>(bytes.size());
     if (file.write(bytes.data(), size) != size) {

@@ -1,17 +1,57 @@
 #include "platform/qt/QtScheduler.h"
 
-#include <QMetaObject>
+#include <QCoreApplication>
+#include <QEvent>
 #include <QPointer>
 #include <QTimer>
 
 #include <cmath>
+#include <deque>
+#include <mutex>
 
 namespace plenda {
 
-QtScheduler::QtScheduler() : workerContext_(new QObject) {
+// Tasks for the thread this object lives on, in first-in first-out order. A
+// task crosses threads in this locked queue, where race detectors see the
+// hand-off; the posted event only wakes the thread to run the next task.
+class QtScheduler::TaskQueue final : public QObject {
+public:
+    explicit TaskQueue(QObject* parent = nullptr) : QObject(parent) {}
+
+    void push(Task task) {
+        QEvent* wake = nullptr;
+        {
+            std::lock_guard guard(mutex_);
+            tasks_.push_back(std::move(task));
+            // Made under the lock too: the receiving thread frees it.
+            wake = new QEvent(wakeUp);
+        }
+        QCoreApplication::postEvent(this, wake);
+    }
+
+protected:
+    // Every event of this object is a wake-up (QObject sends user events here).
+    void customEvent(QEvent*) override {
+        Task task;
+        {
+            std::lock_guard guard(mutex_);
+            if (tasks_.empty()) return;
+            task = std::move(tasks_.front());
+            tasks_.pop_front();
+        }
+        task();
+    }
+
+private:
+    static constexpr QEvent::Type wakeUp = QEvent::User;
+    std::mutex mutex_;
+    std::deque<Task> tasks_;
+};
+
+QtScheduler::QtScheduler() : mainQueue_(new TaskQueue(&mainContext_)), workerQueue_(new TaskQueue) {
     workerThread_.setObjectName("plenda-worker");
-    workerContext_->moveToThread(&workerThread_);
-    QObject::connect(&workerThread_, &QThread::finished, workerContext_, &QObject::deleteLater);
+    workerQueue_->moveToThread(&workerThread_);
+    QObject::connect(&workerThread_, &QThread::finished, workerQueue_, &QObject::deleteLater);
     workerThread_.start();
 }
 
@@ -20,13 +60,9 @@ QtScheduler::~QtScheduler() {
     workerThread_.wait();
 }
 
-void QtScheduler::post(Task task) {
-    QMetaObject::invokeMethod(&mainContext_, std::move(task), Qt::QueuedConnection);
-}
+void QtScheduler::post(Task task) { mainQueue_->push(std::move(task)); }
 
-void QtScheduler::runOnWorker(Task task) {
-    QMetaObject::invokeMethod(workerContext_, std::move(task), Qt::QueuedConnection);
-}
+void QtScheduler::runOnWorker(Task task) { workerQueue_->push(std::move(task)); }
 
 TaskHandle QtScheduler::after(double seconds, Task task) {
     return startTimer(seconds, 0, false, std::move(task));

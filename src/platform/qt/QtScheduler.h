@@ -21,11 +21,13 @@ public:
     void runOnWorker(Task task) override;
 
 private:
+    class TaskQueue;
     TaskHandle startTimer(double seconds, double tolerance, bool repeat, Task task);
 
     QObject mainContext_;
+    TaskQueue* mainQueue_;
     QThread workerThread_;
-    QObject* workerContext_;
+    TaskQueue* workerQueue_;
 };
 
 }  // namespace plenda

@@ -1,0 +1,170 @@
+// The parts that really run on several threads, on real threads: the sync
+// engine's worker under the Qt scheduler, the store's uploads beside its main
+// thread, and the bookkeeping lock under contention. Built with
+// ThreadSanitizer in CI, where any data race fails the run.
+#include "fakes/KeyStringTable.h"
+#include "fakes/MemoryDefaults.h"
+#include "model/MacActivityStore.h"
+#include "model/MacDayBlockJson.h"
+#include "platform/IcuCalendar.h"
+#include "platform/qt/QtFiles.h"
+#include "platform/qt/QtScheduler.h"
+#include "platform/qt/SystemClock.h"
+#include "sync/CloudFaultInjector.h"
+#include "sync/CloudSyncEngine.h"
+#include "sync/SqliteCloudDatabase.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QTemporaryDir>
+#include <QThread>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <mutex>
+#include <set>
+#include <sstream>
+#include <thread>
+
+namespace plenda {
+namespace {
+
+class ThreadedTest : public ::testing::Test {
+protected:
+    int argc = 1;
+    char name[8] = "test";
+    char* argv[1] = {name};
+    QCoreApplication app{argc, argv};
+    QtScheduler scheduler;
+    SystemClock clock;
+    MemoryDefaults defaults;
+    SqliteCloudDatabase server{SqliteCloudDatabase::Options{.clock = &clock}};
+    CloudFaultInjector cloud{server};
+    std::ostringstream output;
+
+    // Runs the main thread's event loop until `done` holds (no timeout: a
+    // hang is a failure that CTest's time limit reports).
+    void runUntil(const std::function<bool()>& done) {
+        while (!done()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
+    }
+};
+
+// Pushes and pulls requested from several threads at once while other
+// threads mark and clear bookkeeping: every completion comes, on the worker,
+// and the server ends with exactly what was saved.
+TEST_F(ThreadedTest, EngineWorkerServesRequestsFromManyThreads) {
+    CloudSyncState state(defaults);
+    CloudSyncEngine engine({state, scheduler, &cloud, nullptr, output});
+    cloud.failAtRandom(0.2, 7);
+
+    constexpr int threads = 4, perThread = 25;
+    std::atomic<int> completions{0};
+    std::atomic<bool> completedOnMain{false};
+    std::mutex savedLock;
+    std::set<std::string> saved;
+    const QThread* mainThread = QThread::currentThread();
+    std::vector<std::thread> callers;
+    for (int t = 0; t < threads; ++t) {
+        callers.emplace_back([&, t] {
+            for (int i = 0; i < perThread; ++i) {
+                const Uuid id = Uuid::random();
+                state.markDirty({id});
+                if (i % 5 == 0) {
+                    engine.pull([&](CloudResult<PullResult>) {
+                        if (QThread::currentThread() == mainThread) completedOnMain = true;
+                        ++completions;
+                    });
+                    continue;
+                }
+                engine.push({CloudRecordEnvelope{id, "{\"t\":" + std::to_string(t) + "}", Date(i)}}, {},
+                            [&, id](CloudResult<PushResult> result) {
+                                if (QThread::currentThread() == mainThread) completedOnMain = true;
+                                if (result.ok() && result.value().savedIDs.contains(id)) {
+                                    std::lock_guard guard(savedLock);
+                                    saved.insert(id.string());
+                                }
+                                state.clearDirty({id});
+                                ++completions;
+                            });
+            }
+        });
+    }
+    for (auto& caller : callers) caller.join();
+    runUntil([&] { return completions == threads * perThread; });
+
+    EXPECT_FALSE(completedOnMain);
+    std::set<std::string> onServer;
+    for (const auto& [recordName, record] : server.records(dayBlocksZoneID())) onServer.insert(recordName);
+    EXPECT_EQ(onServer, saved);
+    EXPECT_GT(saved.size(), 0u);
+}
+
+// Read-modify-write of the id sets from several threads at once loses no
+// mark: every thread's ids end where its own last step put them.
+TEST_F(ThreadedTest, BookkeepingLockKeepsEveryMark) {
+    CloudSyncState state(defaults);
+    constexpr int threads = 4, perThread = 150;
+    std::vector<IdSet> dirty(threads), pending(threads);
+    std::vector<std::thread> workers;
+    for (int t = 0; t < threads; ++t) {
+        workers.emplace_back([&, t] {
+            for (int i = 0; i < perThread; ++i) {
+                const Uuid id = Uuid::random();
+                state.markDirty({id});
+                switch (i % 3) {
+                case 0: dirty[t].insert(id); break;
+                case 1: state.markDeleted({id}); pending[t].insert(id); break;
+                default: state.clearDirty({id}); break;
+                }
+            }
+        });
+    }
+    for (auto& worker : workers) worker.join();
+    IdSet expectedDirty, expectedPending;
+    for (int t = 0; t < threads; ++t) {
+        expectedDirty.insert(dirty[t].begin(), dirty[t].end());
+        expectedPending.insert(pending[t].begin(), pending[t].end());
+    }
+    EXPECT_EQ(state.readIDs(state.dirtyKey()), expectedDirty);
+    EXPECT_EQ(state.readIDs(state.pendingDeleteKey()), expectedPending);
+}
+
+// The store on the main thread records and edits while its uploads and a
+// full sync run on the worker; in the end the server holds every block.
+TEST_F(ThreadedTest, StoreUploadsBesideTheMainThread) {
+    QTemporaryDir root;
+    QtFiles files{root.path().toStdString()};
+    IcuCalendar calendar("Europe/Berlin");
+    KeyStringTable strings;
+    MacActivityStore store({clock, scheduler, calendar, defaults, files, strings, false, &Uuid::random, output,
+                            &cloud});
+    cloud.failAtRandom(0.1, 11);
+
+    const Date start = clock.now() - 3600;
+    bool syncing = true;
+    store.syncNow([&] { syncing = false; });
+    for (int i = 0; i < 30; ++i) {
+        store.recordSession("Session " + std::to_string(i), MacBlockCategory::work, start + i * 60.0,
+                            start + i * 60.0 + 30, "Logged automatically on Mac");
+        QCoreApplication::processEvents();
+    }
+    runUntil([&] { return !syncing; });
+    cloud.failAtRandom(0, 0);
+    for (int round = 0; round < 5 && store.cloud().hasPendingChanges(); ++round) {
+        syncing = true;
+        store.syncNow([&] { syncing = false; });
+        runUntil([&] { return !syncing; });
+    }
+
+    EXPECT_FALSE(store.cloud().hasPendingChanges());
+    const auto records = server.records(dayBlocksZoneID());
+    ASSERT_EQ(records.size(), store.blocks().size());
+    for (const MacDayBlock& block : store.blocks()) {
+        const auto found = records.find(block.id.string());
+        ASSERT_NE(found, records.end());
+        EXPECT_EQ(decodeBlock(std::get<Data>(found->second.fields.at(payloadField)).bytes), block);
+    }
+}
+
+}  // namespace
+}  // namespace plenda
