@@ -13,6 +13,8 @@ cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh
 
 jobs=$(nproc)
+# Paths relative to the checkout, so every clone shares the compiler cache.
+export CCACHE_BASEDIR="$PWD" CCACHE_NOHASHDIR=1
 symbolizer=/usr/lib/llvm-19/bin/llvm-symbolizer
 xvfb() { xvfb-run -a -s "-screen 0 1280x800x24" "$@"; }
 

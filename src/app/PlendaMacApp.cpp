@@ -117,8 +117,9 @@ int PlendaMacApp::run() {
     if (showsMenuBarIcon_) makeMenuBarItem();
 
     // The app menu's Settings… and Quit (Cmd-, and Cmd-Q on macOS).
-    auto* menuBar = new QMenuBar;
-    auto* appMenu = menuBar->addMenu(QStringLiteral("Plenda"));
+    // Without a parent it is the Mac's global menu bar; the app owns it.
+    menuBar_ = std::make_unique<QMenuBar>();
+    auto* appMenu = menuBar_->addMenu(QStringLiteral("Plenda"));
     auto* settings = appMenu->addAction(localized("mac.settings"), this, [this] { openSettingsWindow(); });
     settings->setMenuRole(QAction::PreferencesRole);
     settings->setShortcut(QKeySequence::Preferences);

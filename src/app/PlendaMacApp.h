@@ -10,6 +10,8 @@
 
 class QSystemTrayIcon;
 
+class QMenuBar;
+
 namespace plenda {
 
 class IconProvider;
@@ -55,6 +57,8 @@ private:
     PanelCommands panelCommands();
 
     std::unique_ptr<QtScheduler> scheduler_;
+
+    std::unique_ptr<QMenuBar> menuBar_;
     std::unique_ptr<SystemClock> clock_;
     std::unique_ptr<IcuCalendar> calendar_;
     std::unique_ptr<QtDefaults> defaults_;
