@@ -38,6 +38,7 @@ run_asan() {
   configure asan "-DPLENDA_FUZZ_SECONDS=${PLENDA_FUZZ_SECONDS:-10}"
   cmake --build --preset asan -j "$jobs"
   ASAN_SYMBOLIZER_PATH=$symbolizer ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+    LSAN_OPTIONS="suppressions=$PWD/tests/lsan.supp" \
     xvfb ctest --test-dir build/asan --output-on-failure -j "$jobs"
 }
 
