@@ -7,27 +7,9 @@
 #   app-end-to-end.sh PATH-TO-plenda
 set -euo pipefail
 plenda=$1
-work=$(mktemp -d)
-pids=()
-cleanup() {
-  for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
-  wait 2>/dev/null || true
-  rm -rf "$work"
-}
-trap cleanup EXIT
+source "$(dirname "$0")/x-session.sh"
 fail() { echo "FAIL: $*" >&2; echo "--- app output" >&2; cat "$work/app.log" >&2 || true; exit 1; }
-within() { local seconds=$1; shift; for _ in $(seq $((seconds * 10))); do "$@" && return 0; sleep 0.1; done; return 1; }
-
-exec 3<> <(:)
-Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp >"$work/xvfb.log" 2>&1 &
-pids+=($!)
-read -r -t 10 display <&3 || fail "Xvfb did not start"
-export DISPLAY=":$display"
-# xprop exits 0 even when the property is missing: look for the window id.
-openbox_ready() { xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q "window id"; }
-openbox >"$work/openbox.log" 2>&1 &
-pids+=($!)
-within 5 openbox_ready || fail "openbox did not start"
+start_x_session
 
 export XDG_DATA_HOME="$work/data" XDG_CONFIG_HOME="$work/config" XDG_RUNTIME_DIR="$work/run"
 export PLENDA_CLOUD_STORE="$work/cloud.sqlite"

@@ -6,32 +6,12 @@
 #   end-to-end.sh PATH-TO-plenda-tracker-driver
 set -euo pipefail
 driver=$1
-work=$(mktemp -d)
-pids=()
-cleanup() {
-  for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
-  wait 2>/dev/null || true
-  rm -rf "$work"
-}
-trap cleanup EXIT
+source "$(dirname "$0")/x-session.sh"
 fail() { echo "FAIL: $*" >&2; cat "$work"/xterm*.log "$work/openbox.log" >&2 2>/dev/null; xdotool search --class . getwindowname %@ >&2 2>/dev/null; echo "--- driver output" >&2; cat "$work/driver.log" >&2 || true; exit 1; }
 now() { date +%s.%N; }
-# Waits up to `seconds` for a condition to hold.
-within() { local seconds=$1; shift; for _ in $(seq $((seconds * 10))); do "$@" && return 0; sleep 0.1; done; return 1; }
 until_true() { within 5 "$@"; }
 plus() { awk -v t="$1" -v d="$2" 'BEGIN { printf "%.3f", t + d }'; }
-
-# A display of our own, so no other test's window manager gets in the way.
-exec 3<> <(:)
-Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp >"$work/xvfb.log" 2>&1 &
-pids+=($!)
-read -r -t 10 display <&3 || fail "Xvfb did not start"
-export DISPLAY=":$display"
-# xprop exits 0 even when the property is missing: look for the window id.
-openbox_ready() { xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q "window id"; }
-openbox >"$work/openbox.log" 2>&1 &
-pids+=($!)
-within 10 openbox_ready || fail "openbox did not start"
+start_x_session
 
 export XDG_DATA_HOME="$work/data" XDG_CONFIG_HOME="$work/config" XDG_DATA_DIRS="$work/system"
 export PLENDA_DISABLE_CLOUD_SYNC=1

@@ -1,0 +1,27 @@
+# Shared by the end-to-end scripts (sourced, not run): a work folder cleaned
+# up on exit, a wait helper, and a private X display with openbox, so no
+# other test's window manager gets in the way. The sourcing script defines
+# fail() before calling start_x_session.
+work=$(mktemp -d)
+pids=()
+cleanup() {
+  for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
+  wait 2>/dev/null || true
+  rm -rf "$work"
+}
+trap cleanup EXIT
+# Waits up to `seconds` for a condition to hold.
+within() { local seconds=$1; shift; for _ in $(seq $((seconds * 10))); do "$@" && return 0; sleep 0.1; done; return 1; }
+
+start_x_session() {
+  exec 3<> <(:)
+  Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp >"$work/xvfb.log" 2>&1 &
+  pids+=($!)
+  read -r -t 10 display <&3 || fail "Xvfb did not start"
+  export DISPLAY=":$display"
+  openbox >"$work/openbox.log" 2>&1 &
+  pids+=($!)
+  within 10 openbox_ready || fail "openbox did not start"
+}
+# xprop exits 0 even when the property is missing: look for the window id.
+openbox_ready() { xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q "window id"; }
