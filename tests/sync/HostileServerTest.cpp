@@ -2,12 +2,9 @@
 // are not blocks or claim to be another block, pages that repeat themselves
 // and tokens that go backwards. The store keeps every local change, takes
 // in only well-formed blocks, and its file stays readable.
-#include "fakes/CapturedSystemLog.h"
-#include "fakes/StoreFixture.h"
+#include "CloudStoreFixture.h"
 #include "model/MacDayBlockJson.h"
 #include "platform/OpaqueChangeToken.h"
-#include "sync/CloudFaultInjector.h"
-#include "sync/SqliteCloudDatabase.h"
 
 #include <gmock/gmock.h>
 
@@ -16,27 +13,11 @@
 namespace plenda {
 namespace {
 
-class HostileServer : public StoreFixture {
+class HostileServer : public CloudStoreFixture {
 protected:
-    SqliteCloudDatabase server{SqliteCloudDatabase::Options{.clock = &scheduler}};
-    CloudFaultInjector cloud{server};
-    CapturedSystemLog log;
-    const Date day = at(2023, 3, 1, 9);
-
     void SetUp() override {
-        cloudDatabase = &cloud;
-        systemLog = &log;
-        scheduler.advanceTo(day + 8 * 3600);
+        CloudStoreFixture::SetUp();
         server.setPageSize(2);
-    }
-    void sync() {
-        bool finished = false;
-        store->syncNow([&] { finished = true; });
-        scheduler.runUntilIdle();
-        ASSERT_TRUE(finished);
-    }
-    MacDayBlock block(const std::string& title, double hour) {
-        return makeBlock(title, MacBlockCategory::work, day + hour * 3600, day + hour * 3600 + 1200);
     }
     void remote(CloudRecord record) {
         server.modifyRecords({std::move(record)}, {}, CloudSavePolicy::allKeys, false, [](auto) {});
@@ -46,17 +27,6 @@ protected:
     }
     static CloudRecord blockRecord(const MacDayBlock& b) {
         return makeRecord(CloudRecordEnvelope{b.id, *encodeBlock(b), b.lastModified()});
-    }
-    std::optional<MacDayBlock> local(const Uuid& id) const {
-        for (const auto& b : store->blocks())
-            if (b.id == id) return b;
-        return std::nullopt;
-    }
-    std::optional<MacDayBlock> onServer(const Uuid& id) {
-        const auto records = server.records(dayBlocksZoneID());
-        const auto found = records.find(id.string());
-        if (found == records.end()) return std::nullopt;
-        return decodeBlock(std::get<Data>(found->second.fields.at(payloadField)).bytes);
     }
     void expectSoundStore() {
         std::set<Uuid> ids;
@@ -73,7 +43,7 @@ TEST_F(HostileServer, MalformedRecordsAreSkippedAndLocalChangesSurvive) {
     const MacDayBlock synced = block("Mail", 1);
     store->upsert(synced);
     sync();
-    ASSERT_EQ(onServer(synced.id), synced);
+    ASSERT_EQ(serverBlock(synced.id), synced);
 
     // An edit here that has not gone up yet.
     MacDayBlock edited = synced;
@@ -105,12 +75,12 @@ TEST_F(HostileServer, MalformedRecordsAreSkippedAndLocalChangesSurvive) {
 
     sync();
 
-    EXPECT_EQ(local(synced.id), edited) << "neither the impostor nor anything else replaced the local edit";
-    EXPECT_EQ(onServer(synced.id), edited) << "the local edit went up";
-    EXPECT_EQ(local(wellFormed.id), wellFormed);
-    EXPECT_EQ(local(datedAsText.id), datedAsText) << "a date of the wrong type falls back, the block is kept";
-    EXPECT_FALSE(local(asText.id)) << "a payload that is text, not bytes, is no block";
-    EXPECT_FALSE(local(namedBadly.id)) << "a record whose name is not a UUID is no block";
+    EXPECT_EQ(localBlock(synced.id), edited) << "neither the impostor nor anything else replaced the local edit";
+    EXPECT_EQ(serverBlock(synced.id), edited) << "the local edit went up";
+    EXPECT_EQ(localBlock(wellFormed.id), wellFormed);
+    EXPECT_EQ(localBlock(datedAsText.id), datedAsText) << "a date of the wrong type falls back, the block is kept";
+    EXPECT_FALSE(localBlock(asText.id)) << "a payload that is text, not bytes, is no block";
+    EXPECT_FALSE(localBlock(namedBadly.id)) << "a record whose name is not a UUID is no block";
     EXPECT_EQ(store->blocks().size(), 3u);
     EXPECT_TRUE(dirtyIDs().empty());
     EXPECT_EQ(store->syncMessage(), "mac.sync.synced");
@@ -144,7 +114,7 @@ TEST_F(HostileServer, TokensGoingBackwardsNeverUndoALocalChange) {
     store->upsert(localEdit);
     scheduler.runUntilIdle();
     sync();
-    ASSERT_EQ(local(remoteEdit.id), remoteEdit);
+    ASSERT_EQ(localBlock(remoteEdit.id), remoteEdit);
 
     // The stored token goes back to before all that, and the pages keep
     // answering with the token they were asked with for a while.
@@ -160,11 +130,11 @@ TEST_F(HostileServer, TokensGoingBackwardsNeverUndoALocalChange) {
     sync();
     sync();
 
-    EXPECT_EQ(local(remoteEdit.id), remoteEdit);
-    EXPECT_EQ(local(localEdit.id), localEdit);
-    EXPECT_EQ(local(laterEdit.id), laterEdit) << "an older version replayed by the server does not win";
-    EXPECT_EQ(onServer(laterEdit.id), laterEdit);
-    EXPECT_EQ(onServer(localEdit.id), localEdit);
+    EXPECT_EQ(localBlock(remoteEdit.id), remoteEdit);
+    EXPECT_EQ(localBlock(localEdit.id), localEdit);
+    EXPECT_EQ(localBlock(laterEdit.id), laterEdit) << "an older version replayed by the server does not win";
+    EXPECT_EQ(serverBlock(laterEdit.id), laterEdit);
+    EXPECT_EQ(serverBlock(localEdit.id), localEdit);
     EXPECT_EQ(store->blocks().size(), 5u);
     EXPECT_TRUE(dirtyIDs().empty());
     expectSoundStore();
@@ -187,8 +157,8 @@ TEST_F(HostileServer, ARepeatedDeletionOfAnUnsentBlockLeavesIt) {
     cloud.failNextRequests(0);
     cloud.repeatChanges(true);
     sync();
-    EXPECT_EQ(local(kept.id), edited);
-    EXPECT_EQ(onServer(kept.id), edited) << "the next push recreated it";
+    EXPECT_EQ(localBlock(kept.id), edited);
+    EXPECT_EQ(serverBlock(kept.id), edited) << "the next push recreated it";
     expectSoundStore();
 }
 
