@@ -1,6 +1,6 @@
 // Runs the benchmarks and prints the figures that have targets as ratios
 // and limits, so one run shows whether each target is met.
-#include "views/Translations.h"
+#include "ui/Translations.h"
 
 #include <QApplication>
 #include <benchmark/benchmark.h>

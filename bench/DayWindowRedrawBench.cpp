@@ -10,10 +10,10 @@
 #include "model/MacDayBlockJson.h"
 #include "platform/IcuCalendar.h"
 #include "views/ActivitySummaries.h"
-#include "views/BundledIconProvider.h"
-#include "views/TodayView.h"
+#include "ui/BundledIconProvider.h"
+#include "ui/TodayView.h"
 #include "views/TreemapLayout.h"
-#include "views/Translations.h"
+#include "ui/Translations.h"
 
 #include <QApplication>
 #include <QImage>

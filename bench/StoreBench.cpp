@@ -9,6 +9,7 @@
 #include "model/MacDayBlockJson.h"
 #include "platform/IcuCalendar.h"
 #include "platform/qt/QtFiles.h"
+#include "sync/MacCloudSync.h"
 
 #include <QTemporaryDir>
 #include <benchmark/benchmark.h>
@@ -41,7 +42,8 @@ struct Environment {
     }
     std::unique_ptr<MacActivityStore> makeStore() {
         return std::make_unique<MacActivityStore>(MacActivityStore::Dependencies{
-            scheduler, scheduler, calendar, defaults, files, strings, false, &Uuid::random, output});
+            scheduler, scheduler, calendar, defaults, files, strings, false, &Uuid::random, output,
+            MacCloudSync::factory({defaults, scheduler, nullptr, nullptr, nullptr, output})});
     }
 };
 
@@ -122,7 +124,7 @@ void recordSession(benchmark::State& state) {
         start = start + 400;
         state.PauseTiming();
         env.scheduler.runUntilIdle();
-        store->cloud().state().writeDirtyIDs({});  // uploads keep the dirty set small in real use
+        static_cast<MacCloudSync*>(store->sync())->state().writeDirtyIDs({});  // uploads keep the dirty set small in real use
         state.ResumeTiming();
     }
 }

@@ -7,7 +7,8 @@
 #include "model/MacActivityStore.h"
 #include "model/MacDayBlockJson.h"
 #include "platform/IcuCalendar.h"
-#include "sync/SqliteCloudDatabase.h"
+#include "platform/standin/SqliteCloudDatabase.h"
+#include "sync/MacCloudSync.h"
 
 #include <benchmark/benchmark.h>
 
@@ -33,7 +34,8 @@ struct World {
         files.files["/home/user/.local/share/Plenda/blocks.json"] = *encodeBlocks(blocks);
         defaults.setBool("didSplitMidnightSpanningBlocks", true);
         store = std::make_unique<MacActivityStore>(MacActivityStore::Dependencies{
-            scheduler, scheduler, calendar, defaults, files, strings, false, &Uuid::random, output, &server});
+            scheduler, scheduler, calendar, defaults, files, strings, false, &Uuid::random, output,
+            MacCloudSync::factory({defaults, scheduler, &server, nullptr, nullptr, output})});
     }
     VirtualScheduler scheduler;
     IcuCalendar calendar{"Europe/Berlin"};
@@ -53,7 +55,7 @@ void FirstSyncOf100kBlocks(benchmark::State& state) {
         state.ResumeTiming();
         world.store->syncNow();
         world.scheduler.runUntilIdle();
-        if (world.store->cloud().hasPendingChanges()) state.SkipWithError("blocks left pending");
+        if (world.store->sync()->hasPendingChanges()) state.SkipWithError("blocks left pending");
         state.PauseTiming();
         world.store.reset();
         state.ResumeTiming();
@@ -74,7 +76,7 @@ void ApplyPulled10kInto100k(benchmark::State& state) {
     std::vector<Uuid> deleted;
     for (std::size_t i = 0; i < 100; ++i) deleted.push_back(blocks[i * 10 + 5].id);
     for (auto _ : state) {
-        world.store->applyPulled(changed, deleted);
+        static_cast<MacCloudSync*>(world.store->sync())->applyPulled(changed, deleted);
         benchmark::DoNotOptimize(world.store->blocks().data());
     }
 }

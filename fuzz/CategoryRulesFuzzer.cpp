@@ -4,7 +4,7 @@
 // was unreadable) and is found again under any casing of the title.
 #include "FuzzInput.h"
 #include "fakes/MemoryDefaults.h"
-#include "model/Text.h"
+#include "base/Text.h"
 #include "tracking/CategoryRules.h"
 
 #include <cstdlib>

@@ -7,7 +7,7 @@
 #include "fakes/VirtualScheduler.h"
 #include "platform/OpaqueChangeToken.h"
 #include "sync/CloudSyncEngine.h"
-#include "sync/SqliteCloudDatabase.h"
+#include "platform/standin/SqliteCloudDatabase.h"
 
 #include <cstdlib>
 #include <sstream>

@@ -13,6 +13,8 @@
 #include "model/MacDayBlockJson.h"
 #include "platform/IcuCalendar.h"
 #include "sync/CloudRecordEnvelope.h"
+#include "sync/MacCloudSync.h"
+#include "tracking/CategoryRules.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -135,14 +137,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     MemoryFiles files;
     KeyStringTable strings;
     std::ostringstream output;
-    MacActivityStore store({scheduler, scheduler, calendar, defaults, files, strings, false, &Uuid::random, output});
+    MacActivityStore store({scheduler, scheduler, calendar, defaults, files, strings, false, &Uuid::random, output,
+                            MacCloudSync::factory({defaults, scheduler, nullptr, nullptr, nullptr, output}),
+                            categoryOverrideWriter(defaults)});
+    auto& cloud = static_cast<MacCloudSync&>(*store.sync());
     store.upsert(localBlock(localClean, "Xcode"));
     store.upsert(localBlock(localDirty, "Terminal"));
-    store.cloud().state().clearDirty({localClean});
-    store.cloud().state().markDeleted({deletedHere});
+    cloud.state().clearDirty({localClean});
+    cloud.state().markDeleted({deletedHere});
     scheduler.runUntilIdle();
 
-    store.applyPulled(changed, deleted);
+    cloud.applyPulled(changed, deleted);
     scheduler.advance(MacActivityStore::saveDelay + 1);
 
     std::set<Uuid> ids;

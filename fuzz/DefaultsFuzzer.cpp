@@ -9,6 +9,7 @@
 #include "platform/IcuCalendar.h"
 #include "sync/CloudSyncState.h"
 #include "tracking/CategoryRules.h"
+#include "sync/MacCloudSync.h"
 
 #include <cstdlib>
 #include <sstream>
@@ -58,7 +59,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     MemoryFiles files;
     KeyStringTable strings;
     std::ostringstream output;
-    MacActivityStore store({scheduler, scheduler, calendar, defaults, files, strings, false, &Uuid::random, output});
+    MacActivityStore store({scheduler, scheduler, calendar, defaults, files, strings, false, &Uuid::random, output,
+                            MacCloudSync::factory({defaults, scheduler, nullptr, nullptr, nullptr, output}),
+                            categoryOverrideWriter(defaults)});
     const std::size_t before = store.blocks().size();
     const Date start = scheduler.now();
     store.recordSession("Xcode", MacBlockCategory::work, start, start + 600, "Logged automatically on Mac");

@@ -1,7 +1,7 @@
 // Text rules on arbitrary bytes, invalid UTF-8 included: normalising twice
 // changes nothing, and classification always answers.
-#include "model/Text.h"
-#include "model/Uuid.h"
+#include "base/Text.h"
+#include "base/Uuid.h"
 #include "tracking/CategoryRules.h"
 
 #include <cstdint>

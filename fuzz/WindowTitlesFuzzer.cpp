@@ -4,7 +4,7 @@
 // either (as the tracker titles them) survives the block file.
 #include "FuzzInput.h"
 #include "model/MacDayBlockJson.h"
-#include "model/Text.h"
+#include "base/Text.h"
 #include "tracking/BrowserTabs.h"
 #include "tracking/WindowTitles.h"
 

@@ -1,6 +1,6 @@
 #include "app/DayReport.h"
 
-#include "model/JsonWriter.h"
+#include "base/JsonWriter.h"
 #include "model/MacActivityStore.h"
 #include "model/MacDayBlockJson.h"
 #include "platform/Defaults.h"
@@ -11,9 +11,9 @@
 #include "platform/qt/QtScheduler.h"
 #include "views/ActivitySummaries.h"
 #include "views/DurationText.h"
-#include "views/IconProvider.h"
-#include "views/TodayView.h"
-#include "views/Translations.h"
+#include "ui/IconProvider.h"
+#include "ui/TodayView.h"
+#include "ui/Translations.h"
 #include "views/TreemapLayout.h"
 
 #include <QApplication>

@@ -7,7 +7,7 @@
 #include "platform/linux/X11Workspace.h"
 #include "platform/linux/XScreenSaverIdleClock.h"
 #include "platform/linux/XdgAutostartLoginItem.h"
-#include "sync/SqliteCloudDatabase.h"
+#include "platform/standin/SqliteCloudDatabase.h"
 
 #include <QApplication>
 #include <QWidget>

@@ -55,8 +55,9 @@ void MacAppDelegate::applicationDidFinishLaunching() {
     workspaceObservers_.push_back(workspace_.observeDidWake([this, alive] {
         if (alive.expired()) return;
         // An account found unusable before the sleep is examined afresh.
+        if (!store_->sync()) return;
         std::weak_ptr<MacActivityStore> store = store_;
-        store_->cloud().engine().resetAvailability([this, alive, store] {
+        store_->sync()->resetAvailability([this, alive, store] {
             scheduler_.post([this, alive, store] {
                 if (alive.expired() || store.expired()) return;
                 store_->syncNow();
@@ -79,7 +80,7 @@ MacAppDelegate::TerminateReply MacAppDelegate::applicationShouldTerminate() {
     tracker_->commitSession(clock_.now());
     tracker_->clearCurrentAppName();
     store_->saveNow();
-    if (store_->cloudSyncDisabled() || !store_->cloud().hasPendingChanges()) {
+    if (store_->cloudSyncDisabled() || !store_->sync()->hasPendingChanges()) {
         hasRepliedToTerminate_ = true;
         return TerminateReply::now;
     }

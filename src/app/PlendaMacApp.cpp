@@ -1,8 +1,8 @@
 #include "app/PlendaMacApp.h"
 
 #include "app/MacAppDelegate.h"
-#include "app/MacSettingsView.h"
-#include "app/MenuBarContent.h"
+#include "ui/MacSettingsView.h"
+#include "ui/MenuBarContent.h"
 #include "app/QuitSignals.h"
 #include "model/MacActivityStore.h"
 #include "platform/IcuCalendar.h"
@@ -13,13 +13,15 @@
 #include "platform/qt/QtStringTable.h"
 #include "platform/qt/SystemClock.h"
 #include "tracking/MacAppTracker.h"
-#include "views/IconProvider.h"
+#include "ui/IconProvider.h"
 #include "views/NotchGeometry.h"
-#include "views/NotchPanelController.h"
-#include "views/TodayView.h"
-#include "views/TodayWindowKeeper.h"
-#include "views/Translations.h"
-#include "views/ViewStyle.h"
+#include "ui/NotchPanelController.h"
+#include "ui/TodayView.h"
+#include "ui/TodayWindowKeeper.h"
+#include "ui/Translations.h"
+#include "ui/ViewStyle.h"
+#include "sync/MacCloudSync.h"
+#include "tracking/CategoryRules.h"
 
 #include <QAction>
 #include <QMenuBar>
@@ -100,7 +102,9 @@ int PlendaMacApp::run() {
     store_ = std::make_shared<MacActivityStore>(MacActivityStore::Dependencies{
         *clock_, *scheduler_, *calendar_, *defaults_, *files_, *strings_,
         cloudSyncDisabledBy(std::getenv("PLENDA_DISABLE_CLOUD_SYNC")), &Uuid::random, std::cout,
-        services_.cloudDatabase.get(), services_.systemLog.get(), services_.changeTokenArchive.get()});
+        MacCloudSync::factory({*defaults_, *scheduler_, services_.cloudDatabase.get(), services_.systemLog.get(),
+                               services_.changeTokenArchive.get(), std::cout}),
+        categoryOverrideWriter(*defaults_)});
     tracker_ = std::make_shared<MacAppTracker>(MacAppTracker::Dependencies{
         *clock_, *scheduler_, *defaults_, *services_.workspace, *services_.scripts, *services_.accessibility,
         *services_.idleClock});

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "app/PlatformServices.h"
-#include "views/PanelCommands.h"
+#include "ui/PanelCommands.h"
 
 #include <QApplication>
 #include <QPointer>

@@ -24,11 +24,11 @@ MacActivityStore::MacActivityStore(Dependencies dependencies)
       strings_(dependencies.strings),
       makeUuid_(std::move(dependencies.makeUuid)),
       output_(dependencies.output),
+      categoryChosen_(std::move(dependencies.categoryChosen)),
       syncMessage_(strings_.text("mac.sync.pending")),
       selectedDate_(clock_.now()),
-      cloud_(MacCloudSync::Dependencies{defaults_, scheduler_, dependencies.cloudDatabase, dependencies.systemLog,
-                                        dependencies.changeTokenArchive, output_}),
-      cloudSyncDisabled_(dependencies.cloudSyncDisabled) {
+      cloudSyncDisabled_(dependencies.cloudSyncDisabled || !dependencies.makeSync) {
+    if (dependencies.makeSync) sync_ = dependencies.makeSync(*this);
     loadBlocks();
     splitMidnightSpanningBlocks();
 }
@@ -159,7 +159,7 @@ void MacActivityStore::splitMidnightSpanningBlocks() {
     });
     blocks_.replace(std::move(result));
     saveNow();
-    if (!cloudSyncDisabled_) cloud_.markBlocksDirty(changed);
+    if (!cloudSyncDisabled_) sync_->markBlocksDirty(changed);
 }
 
 void MacActivityStore::startUpload(std::vector<MacDayBlock> blocks, std::function<void()> finished) {
@@ -172,8 +172,35 @@ void MacActivityStore::startUpload(std::vector<MacDayBlock> blocks, std::functio
 
 void MacActivityStore::markDirtyAndUpload(const std::vector<MacDayBlock>& changed) {
     if (cloudSyncDisabled_) return;
-    cloud_.markBlocksDirty(changed);
+    sync_->markBlocksDirty(changed);
     startUpload(changed);
+}
+
+void MacActivityStore::syncNow(std::function<void()> finished) {
+    if (sync_) return sync_->syncNow(std::move(finished));
+    setSyncMessage("mac.sync.testmode");
+    if (finished) scheduler_.post(std::move(finished));
+}
+
+void MacActivityStore::pushPending(std::vector<MacDayBlock> blocks, bool pruneStale,
+                                   std::function<void()> finished) {
+    if (sync_) return sync_->pushPending(std::move(blocks), pruneStale, std::move(finished));
+    if (finished) scheduler_.post(std::move(finished));
+}
+
+void MacActivityStore::replaceBlocks(std::vector<MacDayBlock> blocks) {
+    blocks_.replace(std::move(blocks));
+    scheduleSave();
+    publish();
+}
+
+void MacActivityStore::setSyncMessage(std::string_view key) {
+    syncMessage_ = strings_.text(key);
+    publish();
+}
+
+void MacActivityStore::rememberCategory(std::string_view title, MacBlockCategory category) {
+    if (categoryChosen_) categoryChosen_(title, category);
 }
 
 }  // namespace plenda

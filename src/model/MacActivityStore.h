@@ -1,28 +1,32 @@
 #pragma once
 
+// The store owns every block. It meets two parts above it without including
+// them: cloud sync through the StoreSync it is given a factory for (the sync
+// layer's MacCloudSync implements it and works on the store's public
+// operations), and the category override table through the categoryChosen
+// callback (tracking's setCategoryOverride in the application).
+
 #include "model/BlockList.h"
 #include "model/MacDayBlock.h"
-#include "model/Observers.h"
+#include "base/Observers.h"
 #include "platform/Scheduler.h"
-#include "sync/MacCloudSync.h"
+#include "model/StoreSync.h"
 
 #include <functional>
 #include <iostream>
+#include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace plenda {
 
 class Calendar;
-class ChangeTokenArchive;
 class Clock;
-class CloudDatabase;
-class SystemLog;
 class Defaults;
 class Files;
 class StringTable;
-struct MacActivitySummary;
 
 // The single owner of every block of every day: the block file, session
 // recording, edits and day queries. Main thread only.
@@ -38,12 +42,12 @@ public:
         bool cloudSyncDisabled = false;
         std::function<Uuid()> makeUuid = &Uuid::random;
         std::ostream& output = std::cout;
-        // The user's private cloud database; null when none is configured,
-        // which sync reports as unavailable.
-        CloudDatabase* cloudDatabase = nullptr;
-        SystemLog* systemLog = nullptr;
-        // Null: change tokens are stored as their own bytes.
-        const ChangeTokenArchive* changeTokenArchive = nullptr;
+        // Makes the store's sync side; without it nothing is synced, as
+        // when cloud sync is off.
+        std::function<std::unique_ptr<StoreSync>(MacActivityStore&)> makeSync = {};
+        // Told when the user (or another device) gives an activity another
+        // category, so that later sessions with its title get it too.
+        std::function<void(std::string_view title, MacBlockCategory category)> categoryChosen = {};
     };
 
     static constexpr std::string_view storageKey = "userDayBlocks";
@@ -61,8 +65,9 @@ public:
     const std::string& syncMessage() const { return syncMessage_; }
     Date selectedDate() const { return selectedDate_; }
     bool cloudSyncDisabled() const { return cloudSyncDisabled_; }
-    bool isSyncing() const { return isSyncing_; }
-    MacCloudSync& cloud() { return cloud_; }
+    bool isSyncing() const { return sync_ && sync_->isSyncing(); }
+    // Null when nothing is synced.
+    StoreSync* sync() { return sync_.get(); }
     // Told after every change of blocks, syncMessage or selectedDate.
     Subscription observe(std::function<void()> callback) { return observers_.subscribe(std::move(callback)); }
 
@@ -85,20 +90,21 @@ public:
     double selectedDayMinutes() const;
     std::optional<Date> earliestBlockDate() const;
 
-    // Edits of the selected day.
+    // Edits of one activity (title and category) of the selected day.
     void shiftSelectedDate(int days);
-    void changeCategory(const MacActivitySummary& summary, MacBlockCategory category);
-    void deleteSummary(const MacActivitySummary& summary);
+    void changeCategory(std::string_view title, MacBlockCategory from, MacBlockCategory to);
+    void deleteSummary(std::string_view title, MacBlockCategory category);
 
-    // Cloud sync: pull, merge, push everything pending; `finished` runs on the
-    // main thread once the status is final (also when nothing was started).
+    // Cloud sync (see StoreSync); without a sync side `finished` is still posted.
     void syncNow(std::function<void()> finished = {});
-    // Sends pending changes for `blocks` (and every pending deletion) to the
-    // cloud on the worker, then calls `finished` on the main thread.
-    void pushPending(std::vector<MacDayBlock> blocks, bool pruneStale,
-                     std::function<void()> finished = {});
-    // Last writer wins; ties keep the local block.
-    void applyPulled(const std::vector<CloudRecordEnvelope>& changed, const std::vector<Uuid>& deleted);
+    void pushPending(std::vector<MacDayBlock> blocks, bool pruneStale, std::function<void()> finished = {});
+
+    // For the sync side: the merged list replaces every block (then a save
+    // and observers), a status key becomes the sync message, a category
+    // chosen on another device is remembered.
+    void replaceBlocks(std::vector<MacDayBlock> blocks);
+    void setSyncMessage(std::string_view key);
+    void rememberCategory(std::string_view title, MacBlockCategory category);
 
 private:
     void loadBlocks();
@@ -108,11 +114,6 @@ private:
     // Main-thread task that uploads after an edit.
     void startUpload(std::vector<MacDayBlock> blocks, std::function<void()> finished = {});
     void markDirtyAndUpload(const std::vector<MacDayBlock>& changed);
-    void setSyncMessage(std::string_view key);
-    // Main thread, after a push: forgets the dirty marks whose block is still
-    // the version that was sent, or that no longer has a block.
-    void settlePush(const std::vector<MacDayBlock>& sent, const IdSet& savedIDs, const IdSet& deletedIDs,
-                    const IdSet& staleCandidates);
     double mergeGapLimit() const;
     double minutesOn(Date date) const;
 
@@ -124,14 +125,14 @@ private:
     const StringTable& strings_;
     std::function<Uuid()> makeUuid_;
     std::ostream& output_;
+    std::function<void(std::string_view, MacBlockCategory)> categoryChosen_;
 
     BlockList blocks_;
     std::string syncMessage_;
     Date selectedDate_;
     std::optional<TaskHandle> writeWorkItem_;
-    MacCloudSync cloud_;
+    std::unique_ptr<StoreSync> sync_;
     bool cloudSyncDisabled_ = false;
-    bool isSyncing_ = false;
     std::optional<std::string> blocksFilePath_;
     ObserverList observers_;
     Lifetime lifetime_;

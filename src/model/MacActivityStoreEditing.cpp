@@ -5,8 +5,6 @@
 #include "platform/Clock.h"
 #include "platform/Defaults.h"
 #include "platform/StringTable.h"
-#include "tracking/CategoryRules.h"
-#include "views/MacActivitySummary.h"
 
 #include <algorithm>
 #include <set>
@@ -70,11 +68,10 @@ void MacActivityStore::upsert(MacDayBlock block) {
         return;
     }
     publish();
-    cloud_.markBlocksDirty({block});
+    sync_->markBlocksDirty({block});
     startUpload({block}, [this, alive = lifetime_.weak()] {
         if (alive.expired()) return;
-        syncMessage_ = strings_.text(cloud_.hasPendingChanges() ? "mac.sync.local" : "mac.sync.synced");
-        publish();
+        setSyncMessage(sync_->hasPendingChanges() ? "mac.sync.local" : "mac.sync.synced");
     });
 }
 
@@ -109,17 +106,17 @@ void MacActivityStore::shiftSelectedDate(int days) {
     publish();
 }
 
-void MacActivityStore::changeCategory(const MacActivitySummary& summary, MacBlockCategory category) {
-    if (summary.isAggregate || summary.category == category) return;
-    setCategoryOverride(defaults_, summary.title, category);
+void MacActivityStore::changeCategory(std::string_view title, MacBlockCategory from, MacBlockCategory to) {
+    if (from == to) return;
+    rememberCategory(title, to);
 
     const DayRange day = dayRange(calendar_, selectedDate_);
     const Date now = clock_.now();
     std::vector<MacDayBlock> changed;
     for (std::size_t i : blocks_.startingWithin(day.start, day.end)) {
-        if (blocks_[i].title != summary.title || blocks_[i].category != summary.category) continue;
+        if (blocks_[i].title != title || blocks_[i].category != from) continue;
         blocks_.update(i, [&](MacDayBlock& block) {
-            block.category = category;
+            block.category = to;
             block.modifiedAt = now;
         });
         changed.push_back(blocks_[i]);
@@ -130,17 +127,17 @@ void MacActivityStore::changeCategory(const MacActivitySummary& summary, MacBloc
     markDirtyAndUpload(changed);
 }
 
-void MacActivityStore::deleteSummary(const MacActivitySummary& summary) {
+void MacActivityStore::deleteSummary(std::string_view title, MacBlockCategory category) {
     std::set<Uuid> ids;
     for (const MacDayBlock& block : blocksOnDay(selectedDate_)) {
-        if (block.title == summary.title && block.category == summary.category) ids.insert(block.id);
+        if (block.title == title && block.category == category) ids.insert(block.id);
     }
     if (ids.empty()) return;
     blocks_.eraseIf([&](const MacDayBlock& block) { return ids.contains(block.id); });
     scheduleSave();
     publish();
     if (cloudSyncDisabled_) return;
-    cloud_.state().markDeleted(std::vector<Uuid>(ids.begin(), ids.end()));
+    sync_->markDeleted(std::vector<Uuid>(ids.begin(), ids.end()));
     startUpload({});
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "model/Date.h"
+#include "base/Date.h"
 #include "model/MacBlockCategory.h"
-#include "model/Uuid.h"
+#include "base/Uuid.h"
 
 #include <optional>
 #include <string>

@@ -1,6 +1,6 @@
 #include "model/MacDayBlockJson.h"
 
-#include "model/Text.h"
+#include "base/Text.h"
 
 #include <simdjson.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/JsonWriter.h"
+#include "base/JsonWriter.h"
 #include "model/MacDayBlock.h"
 
 #include <optional>

@@ -4,7 +4,7 @@
 #include <optional>
 #include <vector>
 
-#include "model/Observers.h"
+#include "base/Observers.h"
 
 namespace plenda {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "model/Date.h"
-#include "model/Uuid.h"
+#include "base/Date.h"
+#include "base/Uuid.h"
 #include "platform/CloudDatabase.h"
 
 #include <optional>

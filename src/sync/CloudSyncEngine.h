@@ -1,11 +1,11 @@
 #pragma once
 
-#include "model/Uuid.h"
+#include "base/Uuid.h"
 #include "platform/CloudDatabase.h"
 #include "platform/Scheduler.h"
 #include "sync/CloudRecordEnvelope.h"
 #include "sync/CloudSyncState.h"
-#include "sync/SyncLog.h"
+#include "platform/SyncLog.h"
 
 #include <cstddef>
 #include <deque>

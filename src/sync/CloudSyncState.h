@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/Uuid.h"
+#include "base/Uuid.h"
 #include "platform/ChangeTokenArchive.h"
 #include "platform/Defaults.h"
 

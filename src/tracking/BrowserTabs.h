@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sync/SyncLog.h"
+#include "platform/SyncLog.h"
 
 #include <iosfwd>
 #include <map>

@@ -1,6 +1,6 @@
 #include "tracking/CategoryRules.h"
 
-#include "model/Text.h"
+#include "base/Text.h"
 #include "platform/Defaults.h"
 
 #include <map>
@@ -80,6 +80,12 @@ MacBlockCategory classifyCategory(std::string_view text, bool hasHost) {
         }
     }
     return hasHost ? MacBlockCategory::mind : MacBlockCategory::entertainment;
+}
+
+std::function<void(std::string_view, MacBlockCategory)> categoryOverrideWriter(Defaults& defaults) {
+    return [&defaults](std::string_view title, MacBlockCategory category) {
+        setCategoryOverride(defaults, title, category);
+    };
 }
 
 }  // namespace plenda

@@ -2,6 +2,7 @@
 
 #include "model/MacBlockCategory.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -25,6 +26,8 @@ inline constexpr std::string_view categoryOverridesKey = "categoryOverrides";
 std::optional<MacBlockCategory> categoryOverride(const Defaults& defaults, std::string_view title);
 // Remembers the user's choice for every later session with this title (case-insensitive).
 void setCategoryOverride(Defaults& defaults, std::string_view title, MacBlockCategory category);
+// What the store calls when a category is chosen: setCategoryOverride on `defaults`.
+std::function<void(std::string_view title, MacBlockCategory category)> categoryOverrideWriter(Defaults& defaults);
 
 // Keyword classification of "label host bundleId"; without a keyword hit a
 // session with a web host is reading (mind), anything else entertainment.

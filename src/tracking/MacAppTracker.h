@@ -1,7 +1,7 @@
 #pragma once
 
-#include "model/Date.h"
-#include "model/Observers.h"
+#include "base/Date.h"
+#include "base/Observers.h"
 #include "platform/Scheduler.h"
 #include "platform/Workspace.h"
 #include "tracking/BrowserTabs.h"

@@ -1,6 +1,6 @@
 #include "tracking/WindowTitles.h"
 
-#include "model/Text.h"
+#include "base/Text.h"
 #include "platform/Accessibility.h"
 #include "platform/Defaults.h"
 

@@ -91,4 +91,13 @@ std::vector<MacActivitySummary> notchSummaries(const MacActivityStore& store, Da
     return summaries;
 }
 
+void changeCategory(MacActivityStore& store, const MacActivitySummary& summary, MacBlockCategory category) {
+    if (summary.isAggregate) return;
+    store.changeCategory(summary.title, summary.category, category);
+}
+
+void deleteSummary(MacActivityStore& store, const MacActivitySummary& summary) {
+    store.deleteSummary(summary.title, summary.category);
+}
+
 }  // namespace plenda

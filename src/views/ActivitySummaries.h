@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/Date.h"
+#include "base/Date.h"
 #include "model/MacDayBlock.h"
 #include "views/MacActivitySummary.h"
 
@@ -28,6 +28,11 @@ std::vector<MacActivitySummary> treemapSummaries(std::vector<MacActivitySummary>
                                                  const std::string& otherTitle);
 // The selected day's treemap list; the aggregate is titled by "mac.other".
 std::vector<MacActivitySummary> treemapSummaries(const MacActivityStore& store, const StringTable& strings);
+
+// The store's edits of the activity a summary shows (its blocks of the
+// selected day); the aggregate's category cannot be changed.
+void changeCategory(MacActivityStore& store, const MacActivitySummary& summary, MacBlockCategory category);
+void deleteSummary(MacActivityStore& store, const MacActivitySummary& summary);
 
 // The first six of the day that contains `now`, whatever day is selected.
 std::vector<MacActivitySummary> notchSummaries(const MacActivityStore& store, Date now);

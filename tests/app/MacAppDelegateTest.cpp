@@ -1,10 +1,11 @@
 #include "app/MacAppDelegate.h"
 
 #include "fakes/TrackerFixture.h"
-#include "sync/CloudFaultInjector.h"
-#include "sync/SqliteCloudDatabase.h"
+#include "platform/standin/CloudFaultInjector.h"
+#include "platform/standin/SqliteCloudDatabase.h"
 #include "tracking/BrowserTabs.h"
 #include "tracking/WindowTitles.h"
+#include "sync/MacCloudSync.h"
 
 #include <gtest/gtest.h>
 
@@ -30,7 +31,7 @@ protected:
     void launch() {
         sharedStore = std::make_shared<MacActivityStore>(MacActivityStore::Dependencies{
             scheduler, scheduler, calendar, defaults, files, strings, cloudSyncDisabled, &Uuid::random, output,
-            &cloud});
+            MacCloudSync::factory({defaults, scheduler, &cloud, nullptr, nullptr, output})});
         sharedTracker = std::make_shared<MacAppTracker>(MacAppTracker::Dependencies{
             scheduler, scheduler, defaults, workspace, scripts, accessibility, idleClock, output});
         delegate = std::make_unique<MacAppDelegate>(MacAppDelegate::Dependencies{
@@ -150,7 +151,7 @@ TEST_F(MacAppDelegateTest, QuitsAtOnceWhenNothingIsPending) {
     const Date paused = scheduler.now();
     sharedTracker->setTracking(false);
     scheduler.runUntilIdle();
-    ASSERT_FALSE(sharedStore->cloud().hasPendingChanges()) << "the session's upload went through";
+    ASSERT_FALSE(sharedStore->sync()->hasPendingChanges()) << "the session's upload went through";
     EXPECT_EQ(delegate->applicationShouldTerminate(), MacAppDelegate::TerminateReply::now);
     ASSERT_EQ(blocks().size(), 1u);
     EXPECT_EQ(blocks().front().effectiveEnd(), paused);
@@ -187,7 +188,7 @@ TEST_F(MacAppDelegateTest, WaitsForAWorkingUploadThenQuits) {
     scheduler.advance(0.2);
     ASSERT_EQ(terminations.size(), 1u);
     EXPECT_NEAR(terminations.front() - requested, 1.0, 0.01);
-    EXPECT_FALSE(sharedStore->cloud().hasPendingChanges());
+    EXPECT_FALSE(sharedStore->sync()->hasPendingChanges());
     scheduler.advance(5);
     EXPECT_EQ(terminations.size(), 1u) << "the 4-second limit finds the reply given";
 }

@@ -21,6 +21,7 @@
 #include "tracking/BrowserTabs.h"
 #include "tracking/MacAppTracker.h"
 #include "tracking/WindowTitles.h"
+#include "sync/MacCloudSync.h"
 
 #include <QCoreApplication>
 #include <QSocketNotifier>
@@ -112,7 +113,8 @@ int main(int argc, char** argv) {
 
     auto store = std::make_shared<MacActivityStore>(MacActivityStore::Dependencies{
         clock, scheduler, calendar, *defaults, files, strings,
-        cloudSyncDisabledBy(std::getenv("PLENDA_DISABLE_CLOUD_SYNC"))});
+        cloudSyncDisabledBy(std::getenv("PLENDA_DISABLE_CLOUD_SYNC")), &Uuid::random, std::cout,
+        MacCloudSync::factory({*defaults, scheduler})});
     MacAppTracker tracker(
         MacAppTracker::Dependencies{clock, scheduler, *defaults, workspace, scripts, accessibility, idleClock});
     const Subscription watch = tracker.observe([&] {

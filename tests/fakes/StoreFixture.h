@@ -6,6 +6,8 @@
 #include "fakes/VirtualScheduler.h"
 #include "model/MacActivityStore.h"
 #include "platform/IcuCalendar.h"
+#include "sync/MacCloudSync.h"
+#include "tracking/CategoryRules.h"
 
 #include <gtest/gtest.h>
 
@@ -50,13 +52,13 @@ protected:
         store.reset();
         store = std::make_unique<MacActivityStore>(MacActivityStore::Dependencies{
             scheduler, scheduler, calendar, defaults, files, strings, cloudSyncDisabled, &Uuid::random, output,
-            cloudDatabase, systemLog});
+            MacCloudSync::factory({defaults, scheduler, cloudDatabase, systemLog, nullptr, output}),
+            categoryOverrideWriter(defaults)});
         return *store;
     }
-    IdSet dirtyIDs() const { return store->cloud().state().readIDs(store->cloud().state().dirtyKey()); }
-    IdSet pendingDeleteIDs() const {
-        return store->cloud().state().readIDs(store->cloud().state().pendingDeleteKey());
-    }
+    MacCloudSync& storeSync() const { return static_cast<MacCloudSync&>(*store->sync()); }
+    IdSet dirtyIDs() const { return storeSync().state().readIDs(storeSync().state().dirtyKey()); }
+    IdSet pendingDeleteIDs() const { return storeSync().state().readIDs(storeSync().state().pendingDeleteKey()); }
 };
 
 MacDayBlock makeBlock(std::string title, MacBlockCategory category, Date start, Date end,

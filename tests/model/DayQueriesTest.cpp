@@ -1,6 +1,6 @@
 #include "fakes/StoreFixture.h"
 #include "tracking/CategoryRules.h"
-#include "views/MacActivitySummary.h"
+#include "views/ActivitySummaries.h"
 
 namespace plenda {
 namespace {
@@ -106,10 +106,10 @@ TEST_F(DayEdits, RecategorisingTouchesOnlyTheSelectedDayAndTeachesAnOverride) {
     const auto today = add("YouTube", C::entertainment, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
     const auto otherCategory = add("YouTube", C::mind, at(2023, 3, 8, 9), at(2023, 3, 8, 9, 30));
     const auto yesterday = add("YouTube", C::entertainment, at(2023, 3, 7, 8), at(2023, 3, 7, 9));
-    store->cloud().state().writeDirtyIDs({});
+    storeSync().state().writeDirtyIDs({});
     scheduler.advance(60);
 
-    store->changeCategory(summary("YouTube", C::entertainment), C::work);
+    changeCategory(*store, summary("YouTube", C::entertainment), C::work);
     EXPECT_EQ(store->blocks()[0].category, C::work);
     EXPECT_EQ(store->blocks()[0].modifiedAt, scheduler.now());
     EXPECT_EQ(store->blocks()[1], otherCategory);
@@ -119,7 +119,7 @@ TEST_F(DayEdits, RecategorisingTouchesOnlyTheSelectedDayAndTeachesAnOverride) {
 }
 
 TEST_F(DayEdits, OverrideIsStoredEvenWhenNoBlockChanges) {
-    store->changeCategory(summary("Figma", C::work), C::mind);
+    changeCategory(*store, summary("Figma", C::work), C::mind);
     EXPECT_EQ(categoryOverride(defaults, "Figma"), C::mind);
     EXPECT_FALSE(store->hasPendingSave());
 }
@@ -127,8 +127,8 @@ TEST_F(DayEdits, OverrideIsStoredEvenWhenNoBlockChanges) {
 TEST_F(DayEdits, SameCategoryOrAggregateChangesNothing) {
     add("Mail", C::work, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
     const int writes = defaults.writes();
-    store->changeCategory(summary("Mail", C::work), C::work);
-    store->changeCategory(summary("Mail", C::work, true), C::mind);
+    changeCategory(*store, summary("Mail", C::work), C::work);
+    changeCategory(*store, summary("Mail", C::work, true), C::mind);
     EXPECT_EQ(defaults.writes(), writes);
     EXPECT_EQ(store->blocks()[0].category, C::work);
 }
@@ -139,7 +139,7 @@ TEST_F(DayEdits, DeletingMovesIdsFromDirtyToPendingDelete) {
     const auto otherDay = add("Mail", C::work, at(2023, 3, 7, 8), at(2023, 3, 7, 9));
     const auto otherCategory = add("Mail", C::mind, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
 
-    store->deleteSummary(summary("Mail", C::work));
+    deleteSummary(*store, summary("Mail", C::work));
     EXPECT_EQ(store->blocks(), (std::vector{otherDay, otherCategory}));
     EXPECT_EQ(pendingDeleteIDs(), (IdSet{a.id, b.id}));
     EXPECT_EQ(dirtyIDs(), (IdSet{otherDay.id, otherCategory.id}));
@@ -149,7 +149,7 @@ TEST_F(DayEdits, DeletingMovesIdsFromDirtyToPendingDelete) {
 
 TEST_F(DayEdits, DeletingANameWithoutBlocksDoesNothing) {
     add("Mail", C::work, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
-    store->deleteSummary(summary("Other", C::chores, true));
+    deleteSummary(*store, summary("Other", C::chores, true));
     EXPECT_EQ(store->blocks().size(), 1u);
     EXPECT_TRUE(pendingDeleteIDs().empty());
 }
@@ -158,8 +158,8 @@ TEST_F(DayEdits, WithSyncOffEditsStayLocal) {
     cloudSyncDisabled = true;
     makeStore();
     add("Mail", C::work, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
-    store->changeCategory(summary("Mail", C::work), C::chores);
-    store->deleteSummary(summary("Mail", C::chores));
+    changeCategory(*store, summary("Mail", C::work), C::chores);
+    deleteSummary(*store, summary("Mail", C::chores));
     EXPECT_TRUE(store->blocks().empty());
     EXPECT_FALSE(defaults.contains("cloudSync.dayBlocks.dirtyIDs"));
     EXPECT_FALSE(defaults.contains("cloudSync.dayBlocks.pendingDeleteIDs"));
@@ -171,8 +171,8 @@ TEST_F(DayEdits, ObserversHearEveryChange) {
     add("Mail", C::work, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
     store->shiftSelectedDate(-1);
     store->shiftSelectedDate(1);
-    store->changeCategory(summary("Mail", C::work), C::chores);
-    store->deleteSummary(summary("Mail", C::chores));
+    changeCategory(*store, summary("Mail", C::work), C::chores);
+    deleteSummary(*store, summary("Mail", C::chores));
     EXPECT_EQ(changes, 5);
 }
 

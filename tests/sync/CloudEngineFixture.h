@@ -3,9 +3,9 @@
 #include "fakes/CapturedSystemLog.h"
 #include "fakes/MemoryDefaults.h"
 #include "fakes/VirtualScheduler.h"
-#include "sync/CloudFaultInjector.h"
+#include "platform/standin/CloudFaultInjector.h"
 #include "sync/CloudSyncEngine.h"
-#include "sync/SqliteCloudDatabase.h"
+#include "platform/standin/SqliteCloudDatabase.h"
 
 #include <gtest/gtest.h>
 

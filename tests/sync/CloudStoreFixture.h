@@ -3,8 +3,8 @@
 #include "fakes/CapturedSystemLog.h"
 #include "fakes/StoreFixture.h"
 #include "model/MacDayBlockJson.h"
-#include "sync/CloudFaultInjector.h"
-#include "sync/SqliteCloudDatabase.h"
+#include "platform/standin/CloudFaultInjector.h"
+#include "platform/standin/SqliteCloudDatabase.h"
 
 namespace plenda {
 

@@ -2,7 +2,6 @@
 #include "fakes/VirtualScheduler.h"
 #include "platform/OpaqueChangeToken.h"
 #include "sync/CloudSyncState.h"
-#include "sync/MacCloudSync.h"
 
 #include <gtest/gtest.h>
 
@@ -102,22 +101,6 @@ TEST_F(SyncState, ConcurrentMarksAndClearsLoseNothing) {
     marker.join();
     clearer.join();
     EXPECT_EQ(dirty().size(), ids.size());
-}
-
-TEST(MacCloudSyncFacade, PendingMeansDirtyOrDeleted) {
-    MemoryDefaults defaults;
-    VirtualScheduler scheduler;
-    MacCloudSync cloud({defaults, scheduler});
-    EXPECT_FALSE(cloud.hasPendingChanges());
-    cloud.state().markDeleted({a});
-    EXPECT_TRUE(cloud.hasPendingChanges());
-    cloud.state().clearPendingDeletes({a});
-    MacDayBlock block;
-    block.id = b;
-    cloud.markBlocksDirty({block});
-    EXPECT_TRUE(cloud.hasPendingChanges());
-    cloud.state().clearDirty({b});
-    EXPECT_FALSE(cloud.hasPendingChanges());
 }
 
 }  // namespace

@@ -5,9 +5,12 @@
 #include "fakes/MemoryDefaults.h"
 #include "fakes/MemoryFiles.h"
 #include "fakes/StoreFixture.h"
-#include "sync/CloudFaultInjector.h"
-#include "sync/SqliteCloudDatabase.h"
+#include "platform/standin/CloudFaultInjector.h"
+#include "platform/standin/SqliteCloudDatabase.h"
 #include "views/MacActivitySummary.h"
+#include "sync/MacCloudSync.h"
+#include "tracking/CategoryRules.h"
+#include "views/ActivitySummaries.h"
 
 #include <gtest/gtest.h>
 
@@ -23,7 +26,9 @@ struct Device {
         : cloud(server) {
         cloud.failAtRandom(0.2, seed);
         store = std::make_unique<MacActivityStore>(MacActivityStore::Dependencies{
-            scheduler, scheduler, calendar, defaults, files, strings, false, &Uuid::random, output, &cloud});
+            scheduler, scheduler, calendar, defaults, files, strings, false, &Uuid::random, output,
+            MacCloudSync::factory({defaults, scheduler, &cloud, nullptr, nullptr, output}),
+            categoryOverrideWriter(defaults)});
     }
     MemoryDefaults defaults;
     MemoryFiles files;
@@ -61,9 +66,9 @@ protected:
             summary.title = target.title;
             summary.category = target.category;
             if (action < 9) {
-                store.changeCategory(summary, allCategories[static_cast<std::size_t>(3 + pick(3))]);
+                changeCategory(store, summary, allCategories[static_cast<std::size_t>(3 + pick(3))]);
             } else {
-                store.deleteSummary(summary);
+                deleteSummary(store, summary);
             }
         }
         std::map<Uuid, MacDayBlock> after;
@@ -124,8 +129,8 @@ TEST_P(Convergence, TwoDevicesThroughAFaultyCloudEndEqualWithNothingLost) {
                                         : std::string());
     }
     ASSERT_EQ(macBlocks.size(), laptopBlocks.size());
-    EXPECT_FALSE(mac.store->cloud().hasPendingChanges());
-    EXPECT_FALSE(laptop.store->cloud().hasPendingChanges());
+    EXPECT_FALSE(mac.store->sync()->hasPendingChanges());
+    EXPECT_FALSE(laptop.store->sync()->hasPendingChanges());
     EXPECT_EQ(server.records(dayBlocksZoneID()).size(), macBlocks.size());
 
     std::map<Uuid, MacDayBlock> final;

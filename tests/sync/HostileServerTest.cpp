@@ -95,7 +95,7 @@ TEST_F(HostileServer, TokensGoingBackwardsNeverUndoALocalChange) {
         store->upsert(blocks.back());
     }
     sync();
-    const auto oldToken = defaults.data(store->cloud().state().changeTokenKey());
+    const auto oldToken = defaults.data(storeSync().state().changeTokenKey());
     ASSERT_TRUE(oldToken);
 
     // Another device changes two blocks; this one edits a third and deletes a fourth.
@@ -118,7 +118,7 @@ TEST_F(HostileServer, TokensGoingBackwardsNeverUndoALocalChange) {
 
     // The stored token goes back to before all that, and the pages keep
     // answering with the token they were asked with for a while.
-    defaults.setData(store->cloud().state().changeTokenKey(), *oldToken);
+    defaults.setData(storeSync().state().changeTokenKey(), *oldToken);
     cloud.rewindTokens(3);
     cloud.repeatChanges(true);
     scheduler.advance(60);

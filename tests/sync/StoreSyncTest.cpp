@@ -1,4 +1,5 @@
 #include "CloudStoreFixture.h"
+#include "views/ActivitySummaries.h"
 #include "model/MacDayBlockJson.h"
 #include "tracking/CategoryRules.h"
 #include "views/MacActivitySummary.h"
@@ -8,9 +9,9 @@
 namespace plenda {
 namespace {
 
-class StoreSync : public CloudStoreFixture {};
+class StoreSyncing : public CloudStoreFixture {};
 
-TEST_F(StoreSync, FirstSyncUploadsEveryBlock) {
+TEST_F(StoreSyncing, FirstSyncUploadsEveryBlock) {
     makeStore();
     const MacDayBlock a = block("Xcode", 1), b = block("Mail", 2), c = block("Safari", 3);
     files.files[blocksPath] = *encodeBlocks({a, b, c});
@@ -30,7 +31,7 @@ struct MergeCase {
     bool remoteWins;
 };
 
-class LastWriterWins : public StoreSync, public ::testing::WithParamInterface<MergeCase> {};
+class LastWriterWins : public StoreSyncing, public ::testing::WithParamInterface<MergeCase> {};
 
 TEST_P(LastWriterWins, TheLaterChangeWinsAndTiesKeepTheLocalBlock) {
     makeStore();
@@ -58,7 +59,7 @@ INSTANTIATE_TEST_SUITE_P(Cases, LastWriterWins,
                                            MergeCase{"remoteUndatedButCreatedLater", 0, -2e9, true}),
                          [](const auto& info) { return std::string(info.param.name); });
 
-TEST_F(StoreSync, RemoteRecategorisationTeachesTheOverride) {
+TEST_F(StoreSyncing, RemoteRecategorisationTeachesTheOverride) {
     makeStore();
     MacDayBlock local = block("Slack", 1, MacBlockCategory::work);
     store->upsert(local);
@@ -72,7 +73,7 @@ TEST_F(StoreSync, RemoteRecategorisationTeachesTheOverride) {
     EXPECT_EQ(localBlock(local.id)->category, MacBlockCategory::social);
 }
 
-TEST_F(StoreSync, RemoteDeletionsSpareDirtyBlocks) {
+TEST_F(StoreSyncing, RemoteDeletionsSpareDirtyBlocks) {
     makeStore();
     const MacDayBlock kept = block("Kept", 1), removed = block("Removed", 2);
     store->upsert(kept);
@@ -81,7 +82,7 @@ TEST_F(StoreSync, RemoteDeletionsSpareDirtyBlocks) {
     remoteDelete(kept.id);
     remoteDelete(removed.id);
     // Edited here before the deletion arrived: the edit survives and is uploaded again.
-    store->cloud().markBlocksDirty({kept});
+    storeSync().markBlocksDirty({kept});
     sync();
     EXPECT_TRUE(localBlock(kept.id));
     EXPECT_FALSE(localBlock(removed.id));
@@ -90,7 +91,7 @@ TEST_F(StoreSync, RemoteDeletionsSpareDirtyBlocks) {
     EXPECT_EQ(decodeBlocks(files.files[blocksPath])->size(), 1u) << "the merge is saved";
 }
 
-TEST_F(StoreSync, LocalDeletionWinsOverARemoteEditNotYetPulled) {
+TEST_F(StoreSyncing, LocalDeletionWinsOverARemoteEditNotYetPulled) {
     makeStore();
     const MacDayBlock b = block("Notes", 1);
     store->upsert(b);
@@ -102,7 +103,7 @@ TEST_F(StoreSync, LocalDeletionWinsOverARemoteEditNotYetPulled) {
     MacActivitySummary summary;
     summary.title = "Notes";
     summary.category = b.category;
-    store->deleteSummary(summary);
+    deleteSummary(*store, summary);
     scheduler.runUntilIdle();
     ASSERT_FALSE(localBlock(b.id));
     cloud.setAccountStatus(std::nullopt);
@@ -111,7 +112,7 @@ TEST_F(StoreSync, LocalDeletionWinsOverARemoteEditNotYetPulled) {
     EXPECT_FALSE(serverBlock(b.id));
 }
 
-TEST_F(StoreSync, FailuresShowInTheStatus) {
+TEST_F(StoreSyncing, FailuresShowInTheStatus) {
     makeStore();
     store->upsert(block("Mail", 1));
     scheduler.runUntilIdle();
@@ -125,7 +126,7 @@ TEST_F(StoreSync, FailuresShowInTheStatus) {
                 ::testing::HasSubstr("\u2601\uFE0F [SYNC] Sync failed: The network connection was lost\n"));
 
     cloud.rejectRecords({before[0].id.string()});
-    store->cloud().markBlocksDirty(before);
+    storeSync().markBlocksDirty(before);
     sync();
     EXPECT_EQ(store->syncMessage(), "mac.sync.incomplete");
 
@@ -138,7 +139,7 @@ TEST_F(StoreSync, FailuresShowInTheStatus) {
     EXPECT_EQ(store->syncMessage(), "mac.sync.synced");
 }
 
-TEST_F(StoreSync, UpsertReportsWhetherItsUploadLeftAnythingPending) {
+TEST_F(StoreSyncing, UpsertReportsWhetherItsUploadLeftAnythingPending) {
     makeStore();
     cloud.failNextRequests(1);
     store->upsert(block("Mail", 1));
@@ -153,7 +154,7 @@ TEST_F(StoreSync, UpsertReportsWhetherItsUploadLeftAnythingPending) {
     EXPECT_EQ(store->syncMessage(), "mac.sync.synced");
 }
 
-TEST_F(StoreSync, SyncWhileSyncingChangesNothing) {
+TEST_F(StoreSyncing, SyncWhileSyncingChangesNothing) {
     makeStore();
     cloud.hangNextRequests(1);
     store->syncNow();
@@ -168,7 +169,7 @@ TEST_F(StoreSync, SyncWhileSyncingChangesNothing) {
     EXPECT_EQ(cloud.requests().size(), 1u) << "the second call sent nothing";
 }
 
-TEST_F(StoreSync, DisabledSyncOnlySaysSo) {
+TEST_F(StoreSyncing, DisabledSyncOnlySaysSo) {
     cloudSyncDisabled = true;
     makeStore();
     store->upsert(block("Mail", 1));
@@ -178,11 +179,11 @@ TEST_F(StoreSync, DisabledSyncOnlySaysSo) {
     EXPECT_TRUE(dirtyIDs().empty());
 }
 
-TEST_F(StoreSync, StaleDirtyIdsArePrunedByAFullSync) {
+TEST_F(StoreSyncing, StaleDirtyIdsArePrunedByAFullSync) {
     makeStore();
     sync();
     const Uuid ghost = Uuid::random();
-    store->cloud().state().markDirty({ghost});
+    storeSync().state().markDirty({ghost});
     store->pushPending({}, false);
     scheduler.runUntilIdle();
     EXPECT_TRUE(dirtyIDs().contains(ghost)) << "only a full sync prunes";
@@ -190,7 +191,7 @@ TEST_F(StoreSync, StaleDirtyIdsArePrunedByAFullSync) {
     EXPECT_TRUE(dirtyIDs().empty());
 }
 
-TEST_F(StoreSync, AStalledUploadCannotOverwriteANewerVersion) {
+TEST_F(StoreSyncing, AStalledUploadCannotOverwriteANewerVersion) {
     makeStore();
     const Date start = day + 3600;
     store->recordSession("Mail", MacBlockCategory::work, start, start + 600, std::nullopt);
@@ -212,6 +213,20 @@ TEST_F(StoreSync, AStalledUploadCannotOverwriteANewerVersion) {
     scheduler.runUntilIdle();
     EXPECT_EQ(serverBlock(id), newest) << "versions reach the server in the order they were sent";
     EXPECT_TRUE(dirtyIDs().empty());
+}
+
+TEST_F(StoreSyncing, PendingMeansDirtyOrDeleted) {
+    makeStore();
+    MacCloudSync& sync = storeSync();
+    EXPECT_FALSE(sync.hasPendingChanges());
+    sync.markDeleted({block("Mail", 9).id});
+    EXPECT_TRUE(sync.hasPendingChanges());
+    sync.state().clearPendingDeletes(pendingDeleteIDs());
+    const MacDayBlock dirty = block("Mail", 10);
+    sync.markBlocksDirty({dirty});
+    EXPECT_TRUE(sync.hasPendingChanges());
+    sync.state().clearDirty({dirty.id});
+    EXPECT_FALSE(sync.hasPendingChanges());
 }
 
 }  // namespace

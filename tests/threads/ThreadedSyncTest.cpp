@@ -10,9 +10,10 @@
 #include "platform/qt/QtFiles.h"
 #include "platform/qt/QtScheduler.h"
 #include "platform/qt/SystemClock.h"
-#include "sync/CloudFaultInjector.h"
+#include "platform/standin/CloudFaultInjector.h"
 #include "sync/CloudSyncEngine.h"
-#include "sync/SqliteCloudDatabase.h"
+#include "platform/standin/SqliteCloudDatabase.h"
+#include "sync/MacCloudSync.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -137,7 +138,7 @@ TEST_F(ThreadedTest, StoreUploadsBesideTheMainThread) {
     IcuCalendar calendar("Europe/Berlin");
     KeyStringTable strings;
     MacActivityStore store({clock, scheduler, calendar, defaults, files, strings, false, &Uuid::random, output,
-                            &cloud});
+                            MacCloudSync::factory({defaults, scheduler, &cloud, nullptr, nullptr, output})});
     cloud.failAtRandom(0.1, 11);
 
     const Date start = clock.now() - 3600;
@@ -150,13 +151,13 @@ TEST_F(ThreadedTest, StoreUploadsBesideTheMainThread) {
     }
     runUntil([&] { return !syncing; });
     cloud.failAtRandom(0, 0);
-    for (int round = 0; round < 5 && store.cloud().hasPendingChanges(); ++round) {
+    for (int round = 0; round < 5 && store.sync()->hasPendingChanges(); ++round) {
         syncing = true;
         store.syncNow([&] { syncing = false; });
         runUntil([&] { return !syncing; });
     }
 
-    EXPECT_FALSE(store.cloud().hasPendingChanges());
+    EXPECT_FALSE(store.sync()->hasPendingChanges());
     const auto records = server.records(dayBlocksZoneID());
     ASSERT_EQ(records.size(), store.blocks().size());
     for (const MacDayBlock& block : store.blocks()) {

@@ -1,6 +1,6 @@
 #include "platform/linux/DesktopEntries.h"
 
-#include "model/Text.h"
+#include "base/Text.h"
 
 #include <QDirIterator>
 #include <QFile>

@@ -1,6 +1,6 @@
 #include "platform/linux/X11Accessibility.h"
 
-#include "model/Text.h"
+#include "base/Text.h"
 
 namespace plenda {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/Observers.h"
+#include "base/Observers.h"
 
 #include <QObject>
 

@@ -1,6 +1,6 @@
 #include "platform/linux/X11Workspace.h"
 
-#include "model/Text.h"
+#include "base/Text.h"
 
 #include <algorithm>
 

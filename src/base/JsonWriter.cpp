@@ -1,0 +1,130 @@
+#include "base/JsonWriter.h"
+
+#include <charconv>
+#include <cmath>
+
+namespace plenda {
+
+namespace {
+
+constexpr std::string_view replacementCharacter = "\xEF\xBF\xBD";
+
+// Length of the well-formed UTF-8 sequence at the start of `text`, 0 if there is none.
+std::size_t utf8SequenceLength(std::string_view text) {
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    const auto continuation = [&](std::size_t i) { return i < text.size() && (byte(i) & 0xC0) == 0x80; };
+    const unsigned char lead = byte(0);
+    if (lead < 0x80) return 1;
+    if (lead >= 0xC2 && lead <= 0xDF) return continuation(1) ? 2 : 0;
+    if (lead >= 0xE0 && lead <= 0xEF) {
+        if (!continuation(1) || !continuation(2)) return 0;
+        if (lead == 0xE0 && byte(1) < 0xA0) return 0;  // overlong
+        if (lead == 0xED && byte(1) > 0x9F) return 0;  // surrogate
+        return 3;
+    }
+    if (lead >= 0xF0 && lead <= 0xF4) {
+        if (!continuation(1) || !continuation(2) || !continuation(3)) return 0;
+        if (lead == 0xF0 && byte(1) < 0x90) return 0;  // overlong
+        if (lead == 0xF4 && byte(1) > 0x8F) return 0;  // beyond U+10FFFF
+        return 4;
+    }
+    return 0;
+}
+
+}  // namespace
+
+void JsonWriter::separate() {
+    if (needsComma_) text_.push_back(',');
+    needsComma_ = true;
+}
+
+void JsonWriter::beginObject() {
+    separate();
+    text_.push_back('{');
+    needsComma_ = false;
+}
+
+void JsonWriter::endObject() {
+    text_.push_back('}');
+    needsComma_ = true;
+}
+
+void JsonWriter::beginArray() {
+    separate();
+    text_.push_back('[');
+    needsComma_ = false;
+}
+
+void JsonWriter::endArray() {
+    text_.push_back(']');
+    needsComma_ = true;
+}
+
+void JsonWriter::key(std::string_view name) {
+    string(name);
+    text_.push_back(':');
+    needsComma_ = false;
+}
+
+void JsonWriter::string(std::string_view value) {
+    separate();
+    text_.push_back('"');
+    for (std::size_t i = 0; i < value.size();) {
+        const char c = value[i];
+        if (static_cast<unsigned char>(c) >= 0x80) {
+            const std::size_t length = utf8SequenceLength(value.substr(i));
+            if (length == 0) {
+                text_ += replacementCharacter;
+                ++i;
+            } else {
+                text_.append(value.substr(i, length));
+                i += length;
+            }
+            continue;
+        }
+        ++i;
+        switch (c) {
+            case '"': text_ += "\\\""; break;
+            case '\\': text_ += "\\\\"; break;
+            case '\n': text_ += "\\n"; break;
+            case '\r': text_ += "\\r"; break;
+            case '\t': text_ += "\\t"; break;
+            case '\b': text_ += "\\b"; break;
+            case '\f': text_ += "\\f"; break;
+            default:
+                if (static_cast<unsigned char>(c) < 0x20) {
+                    static constexpr char hex[] = "0123456789abcdef";
+                    text_ += "\\u00";
+                    text_.push_back(hex[(c >> 4) & 0xF]);
+                    text_.push_back(hex[c & 0xF]);
+                } else {
+                    text_.push_back(c);
+                }
+        }
+    }
+    text_.push_back('"');
+}
+
+void JsonWriter::number(double value) {
+    separate();
+    if (!std::isfinite(value)) {
+        ok_ = false;
+        text_ += "null";
+        return;
+    }
+    char buffer[32];
+    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
+    text_.append(buffer, result.ptr);
+}
+
+void JsonWriter::boolean(bool value) {
+    separate();
+    text_ += value ? "true" : "false";
+}
+
+void JsonWriter::null() {
+    separate();
+    text_ += "null";
+}
+
+}  // namespace plenda

@@ -1,7 +1,0 @@
-#include "views/BundledIconProvider.h"
-
-namespace plenda {
-
-std::unique_ptr<IconProvider> makeSystemIconProvider() { return std::make_unique<BundledIconProvider>(); }
-
-}  // namespace plenda

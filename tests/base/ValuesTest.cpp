@@ -1,0 +1,95 @@
+#include "base/Date.h"
+#include "base/Text.h"
+#include "base/Uuid.h"
+
+#include <gtest/gtest.h>
+
+namespace plenda {
+namespace {
+
+struct UuidCase {
+    const char* text;
+    const char* canonical;  // nullptr: not a UUID
+};
+
+class UuidParse : public ::testing::TestWithParam<UuidCase> {};
+
+TEST_P(UuidParse, AcceptsOnlyTheHyphenatedFormInEitherCase) {
+    const auto parsed = Uuid::parse(GetParam().text);
+    if (GetParam().canonical == nullptr) {
+        EXPECT_FALSE(parsed.has_value());
+    } else {
+        ASSERT_TRUE(parsed.has_value());
+        EXPECT_EQ(parsed->string(), GetParam().canonical);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Texts, UuidParse,
+    ::testing::Values(
+        UuidCase{"E621E1F8-C36C-495A-93FC-0C247A3E6E5F", "E621E1F8-C36C-495A-93FC-0C247A3E6E5F"},
+        UuidCase{"e621e1f8-c36c-495a-93fc-0c247a3e6e5f", "E621E1F8-C36C-495A-93FC-0C247A3E6E5F"},
+        UuidCase{"E621E1F8C36C495A93FC0C247A3E6E5F", nullptr},
+        UuidCase{"E621E1F8-C36C-495A-93FC-0C247A3E6E5", nullptr},
+        UuidCase{"E621E1F8-C36C-495A-93FC-0C247A3E6E5FF", nullptr},
+        UuidCase{"G621E1F8-C36C-495A-93FC-0C247A3E6E5F", nullptr},
+        UuidCase{"E621E1F8+C36C-495A-93FC-0C247A3E6E5F", nullptr},
+        UuidCase{"E621E1F-8C36C-495A-93FC-0C247A3E6E5F", nullptr},
+        UuidCase{"", nullptr}));
+
+TEST(Uuid, RandomIdsAreVersion4AndDistinct) {
+    const Uuid a = Uuid::random(), b = Uuid::random();
+    EXPECT_NE(a, b);
+    EXPECT_EQ(a.string()[14], '4');
+    EXPECT_NE(std::string("89AB").find(a.string()[19]), std::string::npos);
+    EXPECT_EQ(Uuid::parse(a.string()), a);
+}
+
+TEST(Date, ReferenceInstantAndUtcText) {
+    EXPECT_EQ(isoUtcText(Date(0)), "2001-01-01T00:00:00Z");
+    EXPECT_EQ(isoUtcText(Date(700000000)), "2023-03-08T20:26:40Z");
+    EXPECT_EQ(isoUtcText(Date(-1)), "2000-12-31T23:59:59Z");
+    EXPECT_EQ(Date::fromUnixSeconds(978307200.0), Date(0));
+    // 1 January of year 1 as the platform counts it (Julian before 1582).
+    EXPECT_EQ(Date::distantPast().seconds, -63114076800.0);
+}
+
+TEST(Text, CompositionDoesNotMatterAfterNfc) {
+    const std::string composed = "Caf\xC3\xA9";    // é as one code point
+    const std::string decomposed = "Cafe\xCC\x81";  // e + combining acute
+    EXPECT_NE(composed, decomposed);
+    EXPECT_EQ(nfc(decomposed), composed);
+    EXPECT_EQ(nfc(composed), composed);
+}
+
+TEST(Text, InvalidUtf8BecomesReplacementCharacters) {
+    EXPECT_EQ(nfc("a\xFF" "b"), "a\xEF\xBF\xBD" "b");
+}
+
+struct LowerCase {
+    const char* text;
+    const char* lower;
+};
+
+class Lowercasing : public ::testing::TestWithParam<LowerCase> {};
+
+TEST_P(Lowercasing, UsesFullCaseMapping) { EXPECT_EQ(lowercased(GetParam().text), GetParam().lower); }
+
+INSTANTIATE_TEST_SUITE_P(
+    Texts, Lowercasing,
+    ::testing::Values(LowerCase{"CODE \xC2\xB7 API", "code \xC2\xB7 api"},
+                      LowerCase{"\xC3\x9C" "BER", "\xC3\xBC" "ber"},           // Ü
+                      LowerCase{"\xC4\xB0stanbul", "i\xCC\x87stanbul"},          // İ -> i + dot above
+                      LowerCase{"\xCE\xA3\xCE\x9F\xCE\xA6\xCE\x9F\xCE\xA3",      // ΣΟΦΟΣ, final sigma
+                                "\xCF\x83\xCE\xBF\xCF\x86\xCE\xBF\xCF\x82"}));
+
+TEST(Text, PrefixCountsUserPerceivedCharacters) {
+    EXPECT_EQ(prefixCharacters("abcdef", 3), "abc");
+    EXPECT_EQ(prefixCharacters("ab", 5), "ab");
+    // e + combining acute is one character; a flag is one character of two code points.
+    EXPECT_EQ(prefixCharacters("e\xCC\x81xyz", 2), "e\xCC\x81x");
+    EXPECT_EQ(prefixCharacters("\xF0\x9F\x87\xA9\xF0\x9F\x87\xAA!", 1), "\xF0\x9F\x87\xA9\xF0\x9F\x87\xAA");
+}
+
+}  // namespace
+}  // namespace plenda
