@@ -4,6 +4,7 @@
 #include "ui/MacSettingsView.h"
 #include "ui/MenuBarContent.h"
 #include "app/QuitSignals.h"
+#include "app/SingleInstance.h"
 #include "model/MacActivityStore.h"
 #include "platform/IcuCalendar.h"
 #include "platform/qt/QtDefaults.h"
@@ -93,6 +94,17 @@ int PlendaMacApp::run() {
     calendar_ = std::make_unique<IcuCalendar>();
     defaults_ = QtDefaults::forUser();
     files_ = std::make_unique<QtFiles>();
+    if (const auto support = files_->applicationSupportDirectory()) {
+        const std::string folder = *support + "/Plenda";
+        files_->createDirectories(folder);
+        instance_ = std::make_unique<SingleInstance>(QString::fromStdString(folder));
+        if (!instance_->claim()) {
+            std::cout << (instance_->askRunningInstanceToShow()
+                              ? "Plenda is already running; brought its day window forward\n"
+                              : "Plenda is already running\n");
+            return 0;
+        }
+    }
     strings_ = std::make_unique<QtStringTable>();
     screens_ = std::make_unique<QtScreens>();
     icons_ = makeSystemIconProvider();
@@ -118,6 +130,7 @@ int PlendaMacApp::run() {
         notch_ = std::make_unique<NotchPanelController>(*screens_, *clock_, commands, services_.configureNotchPanel);
     }
     makeDayWindow();
+    if (instance_) instance_->onShowRequested([this] { openDayWindow(); });
     if (showsMenuBarIcon_) makeMenuBarItem();
 
     // The app menu's Settings… and Quit (Cmd-, and Cmd-Q on macOS).

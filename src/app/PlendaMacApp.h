@@ -27,6 +27,7 @@ class QtScheduler;
 class QtScreens;
 class QtStringTable;
 class QuitSignals;
+class SingleInstance;
 class SystemClock;
 class TodayView;
 class TodayWindowKeeper;
@@ -63,6 +64,7 @@ private:
     std::unique_ptr<IcuCalendar> calendar_;
     std::unique_ptr<QtDefaults> defaults_;
     std::unique_ptr<QtFiles> files_;
+    std::unique_ptr<SingleInstance> instance_;
     std::unique_ptr<QtStringTable> strings_;
     std::unique_ptr<QtScreens> screens_;
     std::unique_ptr<IconProvider> icons_;

@@ -1,5 +1,6 @@
-// Plenda: the application; `plenda report` prints a day's activities and
-// `plenda screenshot FILE` saves the display as a picture.
+// Plenda: the application; `plenda report` prints a day's activities,
+// `plenda screenshot FILE` saves the display as a picture, --help and
+// --version print and exit without starting anything.
 #include "app/DayReport.h"
 #include "app/PlendaMacApp.h"
 
@@ -13,7 +14,18 @@
 
 int main(int argc, char** argv) {
     std::setvbuf(stdout, nullptr, _IONBF, 0);
-    if (argc > 1 && std::string_view(argv[1]) == "report") return plenda::runDayReport(argc - 1, argv + 1);
+    const std::string_view first = argc > 1 ? argv[1] : "";
+    if (first == "--version") {
+        std::cout << "Plenda " PLENDA_VERSION "\n";
+        return 0;
+    }
+    if (first == "--help" || first == "-h") {
+        std::cout << "usage: plenda                 start Plenda (or bring the running one's day window forward)\n"
+                     "       plenda report [--date YYYY-MM-DD] [--json] [--png FILE] [--size WxH] [--blocks FILE]\n"
+                     "       plenda --version\n";
+        return 0;
+    }
+    if (first == "report") return plenda::runDayReport(argc - 1, argv + 1);
     if (argc == 3 && std::string_view(argv[1]) == "screenshot") {
         // The whole display as a picture, for the demo run on a virtual display.
         QGuiApplication app(argc, argv);

@@ -1,5 +1,9 @@
 #include "platform/qt/QtDefaults.h"
 
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QIODevice>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -143,13 +147,47 @@ QSettings::Format QtDefaults::typedJsonFormat() {
     return format;
 }
 
-std::unique_ptr<QtDefaults> QtDefaults::forUser() {
+std::unique_ptr<QtDefaults> QtDefaults::forUser(std::ostream& output) {
 #ifdef Q_OS_MACOS
-    auto settings = std::make_unique<QSettings>();
+    (void)output;
+    return std::make_unique<QtDefaults>(std::make_unique<QSettings>());
 #else
-    auto settings = std::make_unique<QSettings>(typedJsonFormat(), QSettings::UserScope, "Plenda", "Plenda");
+    return openFile(QSettings(typedJsonFormat(), QSettings::UserScope, "Plenda", "Plenda").fileName(), output);
 #endif
-    return std::make_unique<QtDefaults>(std::move(settings));
+}
+
+std::unique_ptr<QtDefaults> QtDefaults::openFile(const QString& path, std::ostream& output) {
+    const QFileInfo info(path);
+    QDir().mkpath(info.absolutePath());
+    QFile::setPermissions(info.absolutePath(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+
+    QFile file(path);
+    if (file.exists()) {
+        QString reason;
+        if (!file.open(QIODevice::ReadOnly)) {
+            reason = file.errorString();
+        } else {
+            QSettings::SettingsMap ignored;
+            if (!readTypedJson(file, ignored)) reason = QStringLiteral("not a settings file");
+            file.close();
+        }
+        if (!reason.isEmpty()) {
+            const QString copy = path + QStringLiteral(".unreadable-") +
+                                 QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd'T'HHmmss'Z'"));
+            if (QFile::rename(path, copy)) {
+                output << "Plenda: the settings file could not be read (" << reason.toStdString() << "); kept it as "
+                       << copy.toStdString() << " and started with default settings" << std::endl;
+            } else {
+                // Only an unwritable folder stops the move, and then no save can replace the file either.
+                output << "Plenda: the settings file " << path.toStdString() << " could not be read ("
+                       << reason.toStdString() << ") nor moved aside; settings will not be saved" << std::endl;
+            }
+        }
+    }
+    // Created private before the first write; later atomic rewrites keep the mode.
+    if (!file.exists() && file.open(QIODevice::WriteOnly)) file.close();
+    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
+    return std::make_unique<QtDefaults>(std::make_unique<QSettings>(path, typedJsonFormat()));
 }
 
 std::optional<DefaultsValue> QtDefaults::object(std::string_view key) const {

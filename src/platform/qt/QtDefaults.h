@@ -4,6 +4,7 @@
 
 #include <QSettings>
 
+#include <iostream>
 #include <memory>
 #include <mutex>
 
@@ -16,8 +17,13 @@ namespace plenda {
 class QtDefaults final : public Defaults {
 public:
     explicit QtDefaults(std::unique_ptr<QSettings> settings);
-    // The current user's defaults for this application.
-    static std::unique_ptr<QtDefaults> forUser();
+    // The current user's defaults for this application; a settings file that
+    // cannot be read is moved aside first and a line on `output` says so.
+    static std::unique_ptr<QtDefaults> forUser(std::ostream& output = std::cout);
+    // The typed JSON file at `path`, private to the user (0600 in a 0700
+    // folder). A file that exists but cannot be read or parsed is never
+    // written over: it becomes `path.unreadable-<UTC time>`.
+    static std::unique_ptr<QtDefaults> openFile(const QString& path, std::ostream& output);
 
     std::optional<DefaultsValue> object(std::string_view key) const override;
     void set(std::string_view key, DefaultsValue value) override;
