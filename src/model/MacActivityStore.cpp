@@ -121,7 +121,10 @@ void MacActivityStore::splitMidnightSpanningBlocks() {
     const Date now = clock_.now();
 
     for (const MacDayBlock& block : blocks_.all()) {
+        // A block longer than any real session is kept whole: splitting it
+        // could take unbounded work (or time itself, for -1e308 to 1e308).
         if (!block.startDate || !block.endDate || *block.endDate <= *block.startDate ||
+            !(*block.endDate - *block.startDate <= maximumSplitSpan) ||
             calendar_.isSameDay(*block.startDate, *block.endDate)) {
             result.push_back(block);
             continue;
@@ -144,7 +147,8 @@ void MacActivityStore::splitMidnightSpanningBlocks() {
             }
             piece.startDate = cursor;
             piece.endDate = pieceEnd;
-            piece.weight = block.weight * (pieceEnd - cursor) / total;
+            // The share first: weight times seconds can overflow where the share cannot.
+            piece.weight = block.weight * ((pieceEnd - cursor) / total);
             piece.modifiedAt = now;
             result.push_back(piece);
             changed.push_back(std::move(piece));

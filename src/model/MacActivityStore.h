@@ -54,6 +54,8 @@ public:
     static constexpr std::string_view didSplitKey = "didSplitMidnightSpanningBlocks";
     static constexpr std::string_view mergeGapKey = "sessionMergeGapSeconds";
     static constexpr double saveDelay = 0.75;
+    // Blocks spanning more than this are not cut at midnights.
+    static constexpr double maximumSplitSpan = 31 * 86400.0;
 
     // Loads the blocks and runs the one-time midnight split.
     explicit MacActivityStore(Dependencies dependencies);

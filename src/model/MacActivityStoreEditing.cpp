@@ -88,7 +88,7 @@ std::vector<MacDayBlock> MacActivityStore::blocksOnDay(Date date) const {
 double MacActivityStore::minutesOn(Date date) const {
     const DayRange day = dayRange(calendar_, date);
     double minutes = 0;
-    for (std::size_t i : blocks_.startingWithin(day.start, day.end)) minutes += blocks_[i].weight;
+    for (std::size_t i : blocks_.startingWithin(day.start, day.end)) minutes = addMinutes(minutes, blocks_[i].weight);
     return minutes;
 }
 

@@ -4,6 +4,8 @@
 #include "model/MacBlockCategory.h"
 #include "base/Uuid.h"
 
+#include <cmath>
+#include <limits>
 #include <optional>
 #include <string>
 
@@ -31,5 +33,12 @@ struct MacDayBlock {
 };
 
 inline constexpr std::string_view trackedBlockType = "tracked";
+
+// Minutes add up without overflowing: a sum past the largest double stays
+// at it, so totals of hostile weights stay finite.
+inline double addMinutes(double total, double minutes) {
+    const double sum = total + minutes;
+    return std::isfinite(sum) ? sum : std::copysign(std::numeric_limits<double>::max(), sum);
+}
 
 }  // namespace plenda

@@ -96,7 +96,7 @@ void ActivityRow::paintEvent(QPaintEvent*) {
     painter.setPen(toQColor(Palette::textPrimary, appearance));
     painter.setFont(primaryFont);
     painter.drawText(QPointF(left, firstBaseline),
-                     primary.elidedText(QString::fromStdString(summary_.title), Qt::ElideRight, available));
+                     primary.elidedText(shownTitle(summary_.title), Qt::ElideRight, available));
     painter.drawText(QPointF(right - primary.horizontalAdvance(duration), firstBaseline), duration);
 
     painter.setPen(toQColor(Palette::textSecondary, appearance));

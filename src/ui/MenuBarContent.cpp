@@ -107,7 +107,7 @@ void MenuBarContent::reload() {
 
     current_ = nullptr;
     if (tracker_.currentAppName() && tracker_.isTracking()) {
-        current_ = label(QString::fromStdString(*tracker_.currentAppName()), 11, QFont::Normal, false);
+        current_ = label(shownTitle(*tracker_.currentAppName()), 11, QFont::Normal, false);
         auto* row = new QHBoxLayout;
         row->setSpacing(5);
         auto* symbol = new QLabel(content_);
@@ -128,13 +128,13 @@ void MenuBarContent::reload() {
             auto* row = new QHBoxLayout;
             row->setSpacing(8);
             row->addWidget(new Dot(toQColor(categoryColor(summary.category), appearance), content_));
-            auto* title = label(QString::fromStdString(summary.title), 11, QFont::Normal, false);
+            auto* title = label(shownTitle(summary.title), 11, QFont::Normal, false);
             title->setText(title->fontMetrics().elidedText(title->text(), Qt::ElideRight, 150));
             row->addWidget(title, 1);
             row->addWidget(
                 label(QString::fromStdString(formatDuration(summary.minutes)), 11, QFont::Medium, true, true));
             list->addLayout(row);
-            summaryTitles_ << QString::fromStdString(summary.title);
+            summaryTitles_ << shownTitle(summary.title);
         }
         column->addLayout(list);
     }

@@ -205,7 +205,7 @@ void NotchView::paintEvent(QPaintEvent*) {
     const auto& name = tracker_.currentAppName();
     if (name && tracker_.isTracking()) {
         const double room = area.right() - afterTotal - smallMetrics.horizontalAdvance(localized("mac.today.lower")) - 40;
-        const QString text = smallMetrics.elidedText(QString::fromStdString(*name), Qt::ElideRight, room);
+        const QString text = smallMetrics.elidedText(shownTitle(*name), Qt::ElideRight, room);
         const double textWidth = smallMetrics.horizontalAdvance(text);
         painter.setPen(white(0.75));
         painter.drawText(QPointF(area.right() - textWidth, baseline), text);
@@ -251,7 +251,7 @@ void NotchView::paintEvent(QPaintEvent*) {
         painter.drawEllipse(QRectF(x, chipBaseline - chipMetrics.ascent() / 2 - 2.5, 6, 6));
         x += 10;
         const QString title =
-            chipMetrics.elidedText(QString::fromStdString(summary.title), Qt::ElideRight, 110);
+            chipMetrics.elidedText(shownTitle(summary.title), Qt::ElideRight, 110);
         painter.setPen(white(0.75));
         painter.drawText(QPointF(x, chipBaseline), title);
         x += chipMetrics.horizontalAdvance(title) + 4;

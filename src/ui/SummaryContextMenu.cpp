@@ -9,7 +9,7 @@ namespace plenda {
 
 SummaryContextMenu::SummaryContextMenu(MacActivitySummary summary, MacActivityStore& store, QWidget* parent)
     : QMenu(parent) {
-    addAction(QString::fromStdString(summary.title))->setEnabled(false);
+    addAction(shownTitle(summary.title))->setEnabled(false);
     addAction(localized(labelKey(summary.category)) + QStringLiteral(" · ") +
               QString::fromStdString(formatDuration(summary.minutes)))
         ->setEnabled(false);

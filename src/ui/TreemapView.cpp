@@ -62,7 +62,7 @@ const TreemapTile* TreemapView::tileAt(QPointF point) const {
 }
 
 QString TreemapView::tooltipText(const MacActivitySummary& summary) {
-    return QString::fromStdString(summary.title) + QStringLiteral(" · ") +
+    return shownTitle(summary.title) + QStringLiteral(" · ") +
            QString::fromStdString(formatDuration(summary.minutes));
 }
 
@@ -138,7 +138,7 @@ void TreemapView::paintEvent(QPaintEvent*) {
         baseline -= titleMetrics.descent();
         painter.setFont(titleFont);
         const QString title =
-            titleMetrics.elidedText(QString::fromStdString(tile.summary.title), Qt::ElideRight, inner.width());
+            titleMetrics.elidedText(shownTitle(tile.summary.title), Qt::ElideRight, inner.width());
         painter.drawText(QPointF(inner.left(), baseline), title);
     }
 }

@@ -41,6 +41,18 @@ QFont roundedFont(int points, QFont::Weight weight) {
     return font;
 }
 
+QString shownTitle(std::string_view title) {
+    // Four bytes per character at most; cut where no character continues.
+    std::size_t length = std::min<std::size_t>(title.size(), 4 * shownTitleLength);
+    while (length < title.size() && length > 0 && (static_cast<unsigned char>(title[length]) & 0xC0) == 0x80) --length;
+    QString shown = QString::fromUtf8(title.data(), static_cast<qsizetype>(length));
+    if (shown.size() > shownTitleLength) {
+        shown.truncate(shownTitleLength);
+        if (shown.back().isHighSurrogate()) shown.chop(1);
+    }
+    return shown;
+}
+
 QString localized(std::string_view key) {
     const std::string id(key);
     return qtTrId(id.c_str());
@@ -53,6 +65,7 @@ QString localized(std::string_view key) {
 #include <QPainterPath>
 #include <QPixmap>
 #include <QtMath>
+#include <algorithm>
 
 namespace plenda {
 

@@ -28,6 +28,12 @@ QFont roundedFont(int points, QFont::Weight weight = QFont::Normal);
 // The string-table text for a key.
 QString localized(std::string_view key);
 
+// A title as drawn: its first shownTitleLength characters at most, so that a
+// title of megabytes (from a damaged file or the cloud) costs no more to
+// elide than a short one.
+inline constexpr qsizetype shownTitleLength = 256;
+QString shownTitle(std::string_view title);
+
 }  // namespace plenda
 
 class QPainter;

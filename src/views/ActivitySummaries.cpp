@@ -39,7 +39,7 @@ std::vector<MacActivitySummary> makeSummaries(const std::vector<MacDayBlock>& bl
             summary.lastEnd = block.endDate.value_or(start);
             continue;
         }
-        summary.minutes += block.weight;
+        summary.minutes = addMinutes(summary.minutes, block.weight);
         summary.sessions += 1;
         if (start < summary.firstStart) summary.firstStart = start;
         if (block.endDate && !(*block.endDate < summary.lastEnd)) summary.lastEnd = *block.endDate;
@@ -71,7 +71,7 @@ std::vector<MacActivitySummary> treemapSummaries(std::vector<MacActivitySummary>
         .isAggregate = true,
     };
     for (auto it = rest; it != summaries.end(); ++it) {
-        other.minutes += it->minutes;
+        other.minutes = addMinutes(other.minutes, it->minutes);
         other.sessions += it->sessions;
         other.firstStart = std::min(other.firstStart, it->firstStart);
         other.lastEnd = std::max(other.lastEnd, it->lastEnd);

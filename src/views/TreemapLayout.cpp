@@ -60,15 +60,17 @@ std::size_t rowEnd(const std::vector<double>& weights, std::size_t from, double 
 
 std::vector<LayoutRect> squarifiedLayout(const std::vector<double>& weights, LayoutRect bounds) {
     if (weights.empty()) return {};
-    if (!(std::accumulate(weights.begin(), weights.end(), 0.0) > 0)) return {};
-    if (weights.size() == 1) return {bounds};
-
+    // Relative to the largest, so that sums of huge weights cannot overflow.
+    const double largest = *std::max_element(weights.begin(), weights.end());
+    if (!(largest > 0)) return {};
     std::vector<std::size_t> order(weights.size());
     std::iota(order.begin(), order.end(), 0);
     std::stable_sort(order.begin(), order.end(),
                      [&](std::size_t a, std::size_t b) { return weights[a] > weights[b]; });
     std::vector<double> sorted(order.size());
-    std::transform(order.begin(), order.end(), sorted.begin(), [&](std::size_t i) { return weights[i]; });
+    std::transform(order.begin(), order.end(), sorted.begin(), [&](std::size_t i) { return weights[i] / largest; });
+    if (!(sum(sorted, 0, sorted.size()) > 0)) return {};
+    if (weights.size() == 1) return {bounds};
 
     std::vector<LayoutRect> result(weights.size());
     if (!(bounds.width > 0) || !(bounds.height > 0)) return result;

@@ -1,0 +1,48 @@
+// Blocks no real session makes, as they may arrive in a damaged file or from
+// the cloud: the store must load them whole and quickly, and never turn a
+// finite number into an infinite one.
+#include "fakes/StoreFixture.h"
+#include "model/MacDayBlockJson.h"
+
+#include <cmath>
+
+namespace plenda {
+namespace {
+
+class HostileValues : public StoreFixture {};
+
+TEST_F(HostileValues, TheMidnightSplitBoundsItsWorkPerBlockAndKeepsEveryBlock) {
+    struct Case {
+        const char* what;
+        Date start, end;
+        double weight;
+        std::size_t pieces;
+    };
+    const Date evening = at(2023, 3, 8, 22);
+    const Case cases[] = {
+        {"the whole range of doubles", Date{-1e308}, Date{1e308}, 60, 1},
+        {"ninety-five years", evening, evening + 95 * 365.25 * 86400, 60, 1},
+        {"a weight near the largest double", evening, evening + 4 * 3600, 1.7e308, 2},
+        {"a long weekend still splits", evening, evening + 3 * 86400, 4320, 4},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        MacDayBlock block = makeBlock("Odd", MacBlockCategory::work, c.start, c.end, c.weight);
+        files.files[blocksPath] = *encodeBlocks({block});
+        defaults.remove(MacActivityStore::didSplitKey);
+        const auto& blocks = makeStore().blocks();
+        ASSERT_EQ(blocks.size(), c.pieces);
+        double weights = 0;
+        for (const MacDayBlock& piece : blocks) {
+            EXPECT_TRUE(std::isfinite(piece.weight)) << piece.weight;
+            weights += piece.weight / c.pieces;
+        }
+        EXPECT_NEAR(weights * c.pieces / c.weight, 1.0, 1e-9);
+        EXPECT_EQ(blocks.front().startDate, c.start);
+        EXPECT_EQ(blocks.back().endDate, c.end);
+        EXPECT_TRUE(decodeBlocks(files.files.at(blocksPath))) << "the saved file still decodes";
+    }
+}
+
+}  // namespace
+}  // namespace plenda
