@@ -211,6 +211,18 @@ TEST_F(MacAppDelegateTest, GivesUpOnAHangingUploadAfterFourSeconds) {
     EXPECT_NE(files.readFile(blocksPath).bytes.find("Editor"), std::string::npos);
 }
 
+TEST_F(MacAppDelegateTest, SleepPushesEveryPendingBlock) {
+    launchAndWork();
+    cloud.failNextRequests(1);
+    activate(RunningApplication{"com.example.Other", "Other", 43});  // the editor's upload fails
+    work(30);
+    ASSERT_TRUE(sharedStore->sync()->hasPendingChanges());
+    workspace.sleep();
+    scheduler.runUntilIdle();
+    EXPECT_EQ(blocks().size(), 2u);
+    EXPECT_FALSE(sharedStore->sync()->hasPendingChanges());
+}
+
 TEST_F(MacAppDelegateTest, TimersDoNothingOnceTheDelegateIsGone) {
     launch();
     delegate.reset();

@@ -123,6 +123,19 @@ TEST_F(Idle, TimerTicksEveryTwentySecondsWithoutOtherWork) {
     EXPECT_EQ(scheduler.timerFirings() - firings, 180u);
 }
 
+TEST_F(Idle, IdleStopsTheBrowserPoll) {
+    scripts.answers["tell application \"Google Chrome\" to return URL of active tab of front window"] =
+        ScriptedScriptRunner::text("https://a.example/");
+    startTracker();
+    activate(RunningApplication{"com.google.Chrome", "Google Chrome", 5});
+    scheduler.advance(320);
+    ASSERT_TRUE(tracker->isIdle());
+    EXPECT_FALSE(tracker->isBrowserPolling());
+    const auto firings = scheduler.timerFirings();
+    scheduler.advance(3600);
+    EXPECT_EQ(scheduler.timerFirings() - firings, 180u) << "the idle check alone";
+}
+
 class Sleep : public TrackerFixture {};
 
 TEST_F(Sleep, CommitsSavesAtOnceAndKeepsTheTitle) {
