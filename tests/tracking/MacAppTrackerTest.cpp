@@ -28,11 +28,7 @@ protected:
     }
 };
 
-struct MinimumCase {
-    std::optional<DefaultsValue> stored;
-    double seconds;
-    bool recorded;
-};
+struct MinimumCase { std::optional<DefaultsValue> stored; double seconds; bool recorded; };
 
 class MinimumLength : public Tracker, public ::testing::WithParamInterface<MinimumCase> {};
 
@@ -96,11 +92,7 @@ TEST_F(Tracker, ApplicationWithoutNameOrIdentifier) {
     EXPECT_EQ(blocks()[0].title, "Unknown App");
 }
 
-struct IgnoreCase {
-    std::optional<DefaultsValue> list;
-    RunningApplication app;
-    bool ignored;
-};
+struct IgnoreCase { std::optional<DefaultsValue> list; RunningApplication app; bool ignored; };
 
 class Ignoring : public Tracker, public ::testing::WithParamInterface<IgnoreCase> {};
 
@@ -146,7 +138,7 @@ TEST_F(Tracker, ReactivatingTheSameAppCommitsAndRestarts) {
     EXPECT_EQ(tracker->sessionStartedAt(), scheduler.now());
 }
 
-TEST_F(Tracker, PauseRecordsAndResumeStartsAtResumeInstant) {
+TEST_F(Tracker, PauseCommitsStoresTheSettingAndKeepsTheName) {
     startTracker();
     use({{notes, 30}});
     const int writes = defaults.writes();
@@ -158,16 +150,6 @@ TEST_F(Tracker, PauseRecordsAndResumeStartsAtResumeInstant) {
     ASSERT_EQ(blocks().size(), 1u);
     EXPECT_EQ(defaults.object(MacAppTracker::trackingEnabledKey), DefaultsValue(false));
     EXPECT_EQ(tracker->currentAppName(), "Notes");  // keeps its last value
-    activate(mail);                                 // dropped while paused
-    EXPECT_EQ(tracker->sessionStartedAt(), std::nullopt);
-    work(400);  // no idle state while paused
-    idleClock.setIdleSeconds(1000);
-    scheduler.advance(21);
-    EXPECT_FALSE(tracker->isIdle());
-    const Date resume = scheduler.now();
-    tracker->setTracking(true);
-    EXPECT_EQ(tracker->currentAppName(), "Mail");
-    EXPECT_EQ(tracker->sessionStartedAt(), resume);
 }
 
 TEST_F(Tracker, StoredPauseSurvivesRestart) {
@@ -213,11 +195,7 @@ protected:
     void nextTick() { scheduler.advance(MacAppTracker::idleCheckInterval); }
 };
 
-struct ThresholdCase {
-    std::optional<DefaultsValue> stored;
-    double idleAtTick;
-    bool entersIdle;
-};
+struct ThresholdCase { std::optional<DefaultsValue> stored; double idleAtTick; bool entersIdle; };
 
 class IdleThreshold : public Idle, public ::testing::WithParamInterface<ThresholdCase> {};
 
@@ -250,17 +228,6 @@ INSTANTIATE_TEST_SUITE_P(Thresholds, IdleThreshold,
                                            ThresholdCase{60, 75, true}, ThresholdCase{0, 299, false},
                                            ThresholdCase{-5, 299, false}, ThresholdCase{-5, 300, true}));
 
-TEST_F(Idle, ThresholdIsReadAtEveryTick) {
-    startWorking();
-    work(100);
-    idleClock.setIdleSeconds(0);
-    scheduler.advance(120);  // ~120 s without input, default threshold: still active
-    EXPECT_FALSE(tracker->isIdle());
-    defaults.set(MacAppTracker::idleThresholdKey, 90);
-    nextTick();
-    EXPECT_TRUE(tracker->isIdle());
-}
-
 TEST_F(Idle, InputAfterIdleStartsSessionAtTheTick) {
     defaults.set(MacAppTracker::idleThresholdKey, 60);
     startWorking();
@@ -279,16 +246,6 @@ TEST_F(Idle, InputAfterIdleStartsSessionAtTheTick) {
     ASSERT_TRUE(tracker->sessionStartedAt());
     EXPECT_GT(*tracker->sessionStartedAt(), before);
     EXPECT_DOUBLE_EQ(std::fmod(*tracker->sessionStartedAt() - before, 20.0), 18);
-}
-
-TEST_F(Idle, SessionStartedAfterLastInputIsDropped) {
-    defaults.set(MacAppTracker::idleThresholdKey, 60);
-    startTracker();
-    idleClock.setIdleSeconds(50);
-    activate(notes);  // a program brought it forward; no input since
-    scheduler.advance(40);
-    EXPECT_TRUE(tracker->isIdle());
-    EXPECT_TRUE(blocks().empty());
 }
 
 TEST_F(Idle, StaleIdleStateAfterResumeWaitsForTheTick) {
