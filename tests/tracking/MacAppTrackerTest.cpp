@@ -138,7 +138,7 @@ TEST_F(Tracker, ReactivatingTheSameAppCommitsAndRestarts) {
     EXPECT_EQ(tracker->sessionStartedAt(), scheduler.now());
 }
 
-TEST_F(Tracker, PauseCommitsStoresTheSettingAndKeepsTheName) {
+TEST_F(Tracker, PauseCommitsKeepsTheNameAndSurvivesRestart) {
     startTracker();
     use({{notes, 30}});
     const int writes = defaults.writes();
@@ -150,21 +150,21 @@ TEST_F(Tracker, PauseCommitsStoresTheSettingAndKeepsTheName) {
     ASSERT_EQ(blocks().size(), 1u);
     EXPECT_EQ(defaults.object(MacAppTracker::trackingEnabledKey), DefaultsValue(false));
     EXPECT_EQ(tracker->currentAppName(), "Notes");  // keeps its last value
-}
-
-TEST_F(Tracker, StoredPauseSurvivesRestart) {
-    defaults.set(MacAppTracker::trackingEnabledKey, false);
-    EXPECT_FALSE(makeTracker().isTracking());
+    EXPECT_FALSE(makeTracker().isTracking()) << "the pause survives a restart";
     defaults.set(MacAppTracker::trackingEnabledKey, 0);  // not a boolean: counts as absent
     EXPECT_TRUE(makeTracker().isTracking());
 }
 
-TEST_F(Tracker, StartTwiceInstallsOneSetOfObservers) {
+TEST_F(Tracker, StartTakesTheFrontAppAtOnceLaterActivationsInALaterTurn) {
     workspace.frontmost = notes;
     startTracker();
     EXPECT_EQ(tracker->currentAppName(), "Notes");
     tracker->start(sharedStore);
-    EXPECT_EQ(workspace.observerCount(), 2u);
+    EXPECT_EQ(workspace.observerCount(), 2u) << "a second start installs no more observers";
+    workspace.activate(mail);
+    EXPECT_EQ(tracker->currentAppName(), "Notes");
+    scheduler.runUntilIdle();
+    EXPECT_EQ(tracker->currentAppName(), "Mail");
 }
 
 TEST_F(Tracker, SessionEndedAfterStoreIsGoneLeavesNoTrace) {
@@ -173,14 +173,6 @@ TEST_F(Tracker, SessionEndedAfterStoreIsGoneLeavesNoTrace) {
     sharedStore.reset();
     activate(mail);
     EXPECT_EQ(tracker->currentAppName(), "Mail");
-}
-
-TEST_F(Tracker, ActivationIsHandledInALaterTurn) {
-    startTracker();
-    workspace.activate(notes);
-    EXPECT_EQ(tracker->currentAppName(), std::nullopt);
-    scheduler.runUntilIdle();
-    EXPECT_EQ(tracker->currentAppName(), "Notes");
 }
 
 class Idle : public Tracker {
