@@ -175,17 +175,7 @@ TEST_F(Tracker, SessionEndedAfterStoreIsGoneLeavesNoTrace) {
     EXPECT_EQ(tracker->currentAppName(), "Mail");
 }
 
-class Idle : public Tracker {
-protected:
-    // Starts tracking Notes at a tick boundary; returns the session's start.
-    Date startWorking() {
-        startTracker();
-        activate(notes);
-        return scheduler.now();
-    }
-    // Runs to the next idle tick without input.
-    void nextTick() { scheduler.advance(MacAppTracker::idleCheckInterval); }
-};
+class Idle : public Tracker {};
 
 struct ThresholdCase { std::optional<DefaultsValue> stored; double idleAtTick; bool entersIdle; };
 
@@ -193,7 +183,9 @@ class IdleThreshold : public Idle, public ::testing::WithParamInterface<Threshol
 
 TEST_P(IdleThreshold, SessionEndsAtLastInputOnceThresholdIsReached) {
     if (GetParam().stored) defaults.set(MacAppTracker::idleThresholdKey, *GetParam().stored);
-    const Date start = startWorking();
+    startTracker();
+    activate(notes);
+    const Date start = scheduler.now();
     work(1000);
     // Ticks come every 20 s from the start; put the last input so that the
     // next tick reads exactly `idleAtTick`.
@@ -222,7 +214,8 @@ INSTANTIATE_TEST_SUITE_P(Thresholds, IdleThreshold,
 
 TEST_F(Idle, InputAfterIdleStartsSessionAtTheTick) {
     defaults.set(MacAppTracker::idleThresholdKey, 60);
-    startWorking();
+    startTracker();
+    activate(notes);
     work(200);
     scheduler.advance(100);
     ASSERT_TRUE(tracker->isIdle());
@@ -232,7 +225,7 @@ TEST_F(Idle, InputAfterIdleStartsSessionAtTheTick) {
     scheduler.advance(2);
     EXPECT_TRUE(tracker->isIdle());  // noticed only at the tick
     const Date before = scheduler.now();
-    nextTick();
+    scheduler.advance(MacAppTracker::idleCheckInterval);
     EXPECT_FALSE(tracker->isIdle());
     EXPECT_EQ(tracker->currentAppName(), "Mail");
     ASSERT_TRUE(tracker->sessionStartedAt());
@@ -242,7 +235,8 @@ TEST_F(Idle, InputAfterIdleStartsSessionAtTheTick) {
 
 TEST_F(Idle, StaleIdleStateAfterResumeWaitsForTheTick) {
     defaults.set(MacAppTracker::idleThresholdKey, 60);
-    startWorking();
+    startTracker();
+    activate(notes);
     scheduler.advance(80);
     ASSERT_TRUE(tracker->isIdle());
     tracker->setTracking(false);
@@ -268,26 +262,19 @@ TEST_F(Idle, StopsTheBrowserPollSoOnlyTheCheckTicksEveryTwentySeconds) {
     EXPECT_EQ(scheduler.timerFirings() - firings, 180u);
 }
 
-TEST_F(Tracker, SleepCommitsSavesAtOnceAndKeepsTheTitle) {
+TEST_F(Tracker, SleepCommitsSavesAtOnceKeepsTheTitleAndSilencesThePoll) {
+    chromeShows("https://a.example/");
     startTracker();
     const Date start = scheduler.now();
-    use({{notes, 180}});
+    use({{chrome, 180}});
     workspace.sleep();
     scheduler.runUntilIdle();
     ASSERT_EQ(blocks().size(), 1u);
     EXPECT_EQ(blocks()[0].endDate, start + 180);
-    EXPECT_EQ(tracker->currentAppName(), "Notes");
+    EXPECT_EQ(tracker->currentAppName(), "a.example");
     EXPECT_FALSE(sharedStore->hasPendingSave());
     ASSERT_TRUE(files.files.contains(blocksPath));
-    EXPECT_NE(files.files.at(blocksPath).find("\"Notes\""), std::string::npos);
-}
-
-TEST_F(Tracker, BrowserPollAfterSleepDoesNothing) {
-    chromeShows("https://a.example/");
-    startTracker();
-    use({{chrome, 30}});
-    workspace.sleep();
-    scheduler.runUntilIdle();
+    EXPECT_NE(files.files.at(blocksPath).find("\"a.example\""), std::string::npos);
     const auto runs = scripts.ran.size();
     scheduler.advance(100);
     EXPECT_TRUE(tracker->isBrowserPolling());
