@@ -90,6 +90,10 @@ TEST_F(Tracker, ApplicationWithoutNameOrIdentifier) {
     activate(notes);
     ASSERT_EQ(blocks().size(), 1u);
     EXPECT_EQ(blocks()[0].title, "Unknown App");
+    // With no identifier of its own either, an absent one counts as its own: ignored.
+    workspace.ownIdentifier.reset();
+    activate(RunningApplication{std::nullopt, "Helper", 9});
+    EXPECT_EQ(tracker->sessionStartedAt(), std::nullopt);
 }
 
 struct IgnoreCase { std::optional<DefaultsValue> list; RunningApplication app; bool ignored; };
@@ -116,13 +120,6 @@ INSTANTIATE_TEST_SUITE_P(
                       IgnoreCase{DefaultsValue::Array{"COM.APPLE.MAIL"}, mail, false},
                       IgnoreCase{DefaultsValue::Array{"com.apple.mail", 3}, loginWindow, true},
                       IgnoreCase{"com.apple.mail", loginWindow, true}));
-
-TEST_F(Tracker, AbsentIdentifierIsIgnoredWhenTheAppHasNoneEither) {
-    workspace.ownIdentifier.reset();
-    startTracker();
-    activate(RunningApplication{std::nullopt, "Helper", 9});
-    EXPECT_EQ(tracker->sessionStartedAt(), std::nullopt);
-}
 
 TEST_F(Tracker, ReturningFromIgnoredApplicationStartsNewSession) {
     startTracker();
