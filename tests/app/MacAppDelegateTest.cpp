@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace plenda {
 namespace {
 
@@ -42,9 +44,7 @@ protected:
         delegate->applicationDidFinishLaunching();
     }
     std::size_t requests(CloudFaultInjector::Kind kind) const {
-        std::size_t count = 0;
-        for (const auto& request : cloud.requests()) count += request.kind == kind;
-        return count;
+        return std::ranges::count(cloud.requests(), kind, &CloudFaultInjector::Request::kind);
     }
     // Launched, synced once, then a minute of work in the editor.
     void launchAndWork() {
@@ -54,7 +54,7 @@ protected:
     }
 };
 
-TEST_F(MacAppDelegateTest, StartUpRunsItsStepsInOrderAndSyncsAtOnce) {
+TEST_F(MacAppDelegateTest, StartUpRunsItsStepsInOrderAndSyncsAtOnceThenEveryTwoMinutes) {
     launch();
     EXPECT_EQ(notchShows, 1);
     EXPECT_EQ(sharedTracker->currentAppName(), "Editor");
@@ -65,23 +65,14 @@ TEST_F(MacAppDelegateTest, StartUpRunsItsStepsInOrderAndSyncsAtOnce) {
     EXPECT_EQ(visibilityApplied, 0);
     scheduler.advance(0.02);
     EXPECT_EQ(visibilityApplied, 1);
-}
-
-TEST_F(MacAppDelegateTest, SyncsEveryTwoMinutes) {
-    launch();
-    scheduler.runUntilIdle();
-    scheduler.advance(10 * 60 + 1);
+    scheduler.advance(10 * 60);
     // At launch and after 2, 4, 6, 8 and 10 minutes.
     EXPECT_EQ(requests(CloudFaultInjector::Kind::fetchZoneChanges), 6u);
 }
 
 struct LaunchPrompts {
     const char* name;
-    bool browserOutcomeStored;
-    bool trusted;
-    bool windowOutcomeStored;
-    bool probesBrowsers;
-    bool asksForTrust;
+    bool browserOutcomeStored, trusted, windowOutcomeStored, probesBrowsers, asksForTrust;
 };
 
 class LaunchPromptTest : public MacAppDelegateTest, public ::testing::WithParamInterface<LaunchPrompts> {};
@@ -209,6 +200,18 @@ TEST_F(MacAppDelegateTest, GivesUpOnAHangingUploadAfterFourSeconds) {
     EXPECT_EQ(delegate->applicationShouldTerminate(), MacAppDelegate::TerminateReply::now);
     // Nothing was lost: the block is on disk for the next launch to upload.
     EXPECT_NE(files.readFile(blocksPath).bytes.find("Editor"), std::string::npos);
+}
+
+TEST_F(MacAppDelegateTest, SleepPushesEveryPendingBlock) {
+    launchAndWork();
+    cloud.failNextRequests(1);
+    activate(RunningApplication{"com.example.Other", "Other", 43});  // the editor's upload fails
+    work(30);
+    ASSERT_TRUE(sharedStore->sync()->hasPendingChanges());
+    workspace.sleep();
+    scheduler.runUntilIdle();
+    EXPECT_EQ(blocks().size(), 2u);
+    EXPECT_FALSE(sharedStore->sync()->hasPendingChanges());
 }
 
 TEST_F(MacAppDelegateTest, TimersDoNothingOnceTheDelegateIsGone) {

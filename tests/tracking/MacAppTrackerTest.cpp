@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 namespace plenda {
 namespace {
 
@@ -12,24 +14,28 @@ const RunningApplication vscode{"com.microsoft.VSCode", "Code", 103};
 const RunningApplication chrome{"com.google.Chrome", "Google Chrome", 104};
 const RunningApplication loginWindow{"com.apple.loginwindow", "loginwindow", 105};
 
-const std::string& chromeScript() { return browserScripts().at("com.google.Chrome"); }
-
-class Tracker : public TrackerFixture {};
-
-struct MinimumCase {
-    std::optional<DefaultsValue> stored;
-    double seconds;
-    bool recorded;
+class Tracker : public TrackerFixture {
+protected:
+    // Brings each application to the front in turn and works in it for the given seconds.
+    void use(std::initializer_list<std::pair<RunningApplication, double>> steps) {
+        for (const auto& [app, seconds] : steps) {
+            activate(app);
+            work(seconds);
+        }
+    }
+    void chromeShows(const std::string& url) {
+        scripts.answers[browserScripts().at("com.google.Chrome")] = ScriptedScriptRunner::text(url);
+    }
 };
 
-class MinimumLength : public TrackerFixture, public ::testing::WithParamInterface<MinimumCase> {};
+struct MinimumCase { std::optional<DefaultsValue> stored; double seconds; bool recorded; };
+
+class MinimumLength : public Tracker, public ::testing::WithParamInterface<MinimumCase> {};
 
 TEST_P(MinimumLength, ShortSessionsAreDropped) {
     if (GetParam().stored) defaults.set(MacAppTracker::minimumSessionKey, *GetParam().stored);
     startTracker();
-    activate(notes);
-    work(GetParam().seconds);
-    activate(mail);
+    use({{notes, GetParam().seconds}, {mail, 0}});
     ASSERT_EQ(blocks().size(), GetParam().recorded ? 1u : 0u);
     if (GetParam().recorded) {
         EXPECT_DOUBLE_EQ(*blocks()[0].endDate - *blocks()[0].startDate, GetParam().seconds);
@@ -42,34 +48,24 @@ INSTANTIATE_TEST_SUITE_P(Thresholds, MinimumLength,
                                            MinimumCase{2, 2, true}, MinimumCase{0, 4.5, false},
                                            MinimumCase{-10, 5, true}, MinimumCase{"junk", 4, false}));
 
-TEST_F(Tracker, RecordsFinishedSessionWithCategoryAndNote) {
+TEST_F(Tracker, RecordsFinishedSessionsWithCategoryAndNote) {
+    defaults.set("categoryOverrides", DefaultsValue::Dictionary{{"notes", "body"}});
     startTracker();
-    activate(vscode);
     const Date start = scheduler.now();
-    work(120);
-    activate(notes);
-    ASSERT_EQ(blocks().size(), 1u);
+    use({{vscode, 120}, {notes, 30}, {mail, 0}});
+    ASSERT_EQ(blocks().size(), 2u);
     EXPECT_EQ(blocks()[0].title, "Code");
     EXPECT_EQ(blocks()[0].category, MacBlockCategory::work);
     EXPECT_EQ(blocks()[0].note, "Logged automatically on Mac");
     EXPECT_EQ(blocks()[0].startDate, start);
     EXPECT_EQ(blocks()[0].endDate, start + 120);
-    EXPECT_EQ(tracker->currentAppName(), "Notes");
+    EXPECT_EQ(blocks()[1].category, MacBlockCategory::body) << "the override wins over the keywords";
+    EXPECT_EQ(tracker->currentAppName(), "Mail");
 }
 
-TEST_F(Tracker, OverrideWinsOverKeywords) {
-    defaults.set("categoryOverrides", DefaultsValue::Dictionary{{"notes", "body"}});
-    startTracker();
-    activate(notes);
-    work(30);
-    activate(mail);
-    ASSERT_EQ(blocks().size(), 1u);
-    EXPECT_EQ(blocks()[0].category, MacBlockCategory::body);
-}
-
-TEST_F(Tracker, EditorProjectAndBrowserHostMakeTheTitle) {
+TEST_F(Tracker, EditorProjectAndBrowserHostMakeTheTitleAndOnlyBrowsersArePolled) {
     accessibility.setTitle(vscode.processIdentifier, "● main.rs — api");
-    scripts.answers[chromeScript()] = ScriptedScriptRunner::text("https://www.example.org/page");
+    chromeShows("https://www.example.org/page");
     startTracker();
     activate(vscode);
     EXPECT_EQ(tracker->currentAppName(), "Code · api");
@@ -78,6 +74,12 @@ TEST_F(Tracker, EditorProjectAndBrowserHostMakeTheTitle) {
     EXPECT_EQ(tracker->currentProject(), std::nullopt);
     // No title read for an application whose host was found.
     EXPECT_EQ(accessibility.titleQueries, 1);
+    EXPECT_TRUE(tracker->isBrowserPolling());
+    activate(notes);
+    EXPECT_FALSE(tracker->isBrowserPolling());
+    const auto runs = scripts.ran.size();
+    work(100);
+    EXPECT_EQ(scripts.ran.size(), runs);
 }
 
 TEST_F(Tracker, ApplicationWithoutNameOrIdentifier) {
@@ -88,22 +90,20 @@ TEST_F(Tracker, ApplicationWithoutNameOrIdentifier) {
     activate(notes);
     ASSERT_EQ(blocks().size(), 1u);
     EXPECT_EQ(blocks()[0].title, "Unknown App");
+    // With no identifier of its own either, an absent one counts as its own: ignored.
+    workspace.ownIdentifier.reset();
+    activate(RunningApplication{std::nullopt, "Helper", 9});
+    EXPECT_EQ(tracker->sessionStartedAt(), std::nullopt);
 }
 
-struct IgnoreCase {
-    std::optional<DefaultsValue> list;
-    RunningApplication app;
-    bool ignored;
-};
+struct IgnoreCase { std::optional<DefaultsValue> list; RunningApplication app; bool ignored; };
 
-class Ignoring : public TrackerFixture, public ::testing::WithParamInterface<IgnoreCase> {};
+class Ignoring : public Tracker, public ::testing::WithParamInterface<IgnoreCase> {};
 
 TEST_P(Ignoring, IgnoredApplicationEndsTheSessionAndStartsNone) {
     if (GetParam().list) defaults.set(MacAppTracker::ignoredBundleIdentifiersKey, *GetParam().list);
     startTracker();
-    activate(notes);
-    work(30);
-    activate(GetParam().app);
+    use({{notes, 30}, {GetParam().app, 0}});
     EXPECT_EQ(blocks().size(), 1u);  // Notes was committed either way
     EXPECT_EQ(tracker->sessionStartedAt().has_value(), !GetParam().ignored);
     EXPECT_EQ(tracker->currentAppName().has_value(), !GetParam().ignored);
@@ -121,144 +121,161 @@ INSTANTIATE_TEST_SUITE_P(
                       IgnoreCase{DefaultsValue::Array{"com.apple.mail", 3}, loginWindow, true},
                       IgnoreCase{"com.apple.mail", loginWindow, true}));
 
-TEST_F(Tracker, AbsentIdentifierIsIgnoredWhenTheAppHasNoneEither) {
-    workspace.ownIdentifier.reset();
-    startTracker();
-    activate(RunningApplication{std::nullopt, "Helper", 9});
-    EXPECT_EQ(tracker->sessionStartedAt(), std::nullopt);
-}
-
 TEST_F(Tracker, ReturningFromIgnoredApplicationStartsNewSession) {
     startTracker();
-    activate(notes);
-    work(30);
-    activate(loginWindow);
-    work(600);
-    activate(notes);
-    work(30);
-    activate(mail);
+    use({{notes, 30}, {loginWindow, 600}, {notes, 30}, {mail, 0}});
     ASSERT_EQ(blocks().size(), 2u);
     EXPECT_DOUBLE_EQ(*blocks()[1].startDate - *blocks()[0].endDate, 600);
 }
 
-TEST_F(Tracker, BrowserPollSplitsAtOneInstant) {
-    scripts.answers[chromeScript()] = ScriptedScriptRunner::text("https://one.example/");
+TEST_F(Tracker, ReactivatingTheSameAppCommitsAndRestarts) {
     startTracker();
-    activate(chrome);
-    const Date start = scheduler.now();
-    EXPECT_TRUE(tracker->isBrowserPolling());
-    work(25);  // the tick at 20 s reads the same host
-    scripts.answers[chromeScript()] = ScriptedScriptRunner::text("https://two.example/");
-    work(20);  // tick at 40 s splits
-    scripts.answers[chromeScript()] = ScriptedScriptRunner::error(-1728);
-    work(20);  // tick at 60 s reads nothing: session continues
-    scripts.answers[chromeScript()] = ScriptedScriptRunner::text("https://three.example/x");
-    work(20);  // tick at 80 s splits again
-    ASSERT_EQ(blocks().size(), 2u);
-    EXPECT_EQ(blocks()[0].title, "one.example");
-    EXPECT_EQ(blocks()[0].startDate, start);
-    EXPECT_EQ(blocks()[0].endDate, start + 40);
-    EXPECT_EQ(blocks()[1].title, "two.example");
-    EXPECT_EQ(blocks()[1].startDate, start + 40);
-    EXPECT_EQ(blocks()[1].endDate, start + 80);
-    EXPECT_EQ(tracker->currentAppName(), "three.example");
-    EXPECT_EQ(tracker->sessionStartedAt(), start + 80);
-    EXPECT_EQ(tracker->currentBundleIdentifier(), "com.google.Chrome");
-}
-
-TEST_F(Tracker, SessionStartedUnderBrowserNameSplitsAtFirstHost) {
-    scripts.answers[chromeScript()] = ScriptedScriptRunner::error(-600);
-    startTracker();
-    activate(chrome);
-    EXPECT_EQ(tracker->currentAppName(), "Google Chrome");
-    scripts.answers[chromeScript()] = ScriptedScriptRunner::text("https://news.example/");
-    work(21);
+    use({{notes, 30}, {notes, 0}});
     ASSERT_EQ(blocks().size(), 1u);
-    EXPECT_EQ(blocks()[0].title, "Google Chrome");
-    EXPECT_EQ(tracker->currentAppName(), "news.example");
+    EXPECT_EQ(tracker->sessionStartedAt(), scheduler.now());
 }
 
-TEST_F(Tracker, PollStopsWhenAnotherApplicationComesToFront) {
-    scripts.answers[chromeScript()] = ScriptedScriptRunner::text("https://one.example/");
+TEST_F(Tracker, PauseCommitsKeepsTheNameAndSurvivesRestart) {
     startTracker();
-    activate(chrome);
-    activate(notes);
-    EXPECT_FALSE(tracker->isBrowserPolling());
-    const auto runs = scripts.ran.size();
-    work(100);
-    EXPECT_EQ(scripts.ran.size(), runs);
-}
-
-TEST_F(Tracker, PauseRecordsAndResumeStartsAtResumeInstant) {
-    startTracker();
-    activate(notes);
-    work(30);
+    use({{notes, 30}});
+    const int writes = defaults.writes();
+    tracker->setTracking(true);  // already on: writes and commits nothing
+    EXPECT_EQ(defaults.writes(), writes);
+    EXPECT_TRUE(blocks().empty());
+    EXPECT_TRUE(tracker->sessionStartedAt().has_value());
     tracker->setTracking(false);
     ASSERT_EQ(blocks().size(), 1u);
     EXPECT_EQ(defaults.object(MacAppTracker::trackingEnabledKey), DefaultsValue(false));
     EXPECT_EQ(tracker->currentAppName(), "Notes");  // keeps its last value
-    activate(mail);                                 // dropped while paused
-    EXPECT_EQ(tracker->sessionStartedAt(), std::nullopt);
-    work(400);  // no idle state while paused
-    idleClock.setIdleSeconds(1000);
-    scheduler.advance(21);
-    EXPECT_FALSE(tracker->isIdle());
-    const Date resume = scheduler.now();
-    tracker->setTracking(true);
-    EXPECT_EQ(tracker->currentAppName(), "Mail");
-    EXPECT_EQ(tracker->sessionStartedAt(), resume);
-}
-
-TEST_F(Tracker, SettingTheCurrentTrackingStateWritesAndCommitsNothing) {
-    startTracker();
-    activate(notes);
-    work(30);
-    const int writes = defaults.writes();
-    tracker->setTracking(true);
-    EXPECT_EQ(defaults.writes(), writes);
-    EXPECT_TRUE(blocks().empty());
-    EXPECT_TRUE(tracker->sessionStartedAt().has_value());
-}
-
-TEST_F(Tracker, StoredPauseSurvivesRestart) {
-    defaults.set(MacAppTracker::trackingEnabledKey, false);
-    EXPECT_FALSE(makeTracker().isTracking());
+    EXPECT_FALSE(makeTracker().isTracking()) << "the pause survives a restart";
     defaults.set(MacAppTracker::trackingEnabledKey, 0);  // not a boolean: counts as absent
     EXPECT_TRUE(makeTracker().isTracking());
 }
 
-TEST_F(Tracker, StartTwiceInstallsOneSetOfObservers) {
+TEST_F(Tracker, StartTakesTheFrontAppAtOnceLaterActivationsInALaterTurn) {
     workspace.frontmost = notes;
     startTracker();
     EXPECT_EQ(tracker->currentAppName(), "Notes");
     tracker->start(sharedStore);
-    EXPECT_EQ(workspace.observerCount(), 2u);
+    EXPECT_EQ(workspace.observerCount(), 2u) << "a second start installs no more observers";
+    workspace.activate(mail);
+    EXPECT_EQ(tracker->currentAppName(), "Notes");
+    scheduler.runUntilIdle();
+    EXPECT_EQ(tracker->currentAppName(), "Mail");
 }
 
 TEST_F(Tracker, SessionEndedAfterStoreIsGoneLeavesNoTrace) {
     startTracker();
-    activate(notes);
-    work(30);
+    use({{notes, 30}});
     sharedStore.reset();
     activate(mail);
     EXPECT_EQ(tracker->currentAppName(), "Mail");
 }
 
-TEST_F(Tracker, ActivationIsHandledInALaterTurn) {
+class Idle : public Tracker {};
+
+struct ThresholdCase { std::optional<DefaultsValue> stored; double idleAtTick; bool entersIdle; };
+
+class IdleThreshold : public Idle, public ::testing::WithParamInterface<ThresholdCase> {};
+
+TEST_P(IdleThreshold, SessionEndsAtLastInputOnceThresholdIsReached) {
+    if (GetParam().stored) defaults.set(MacAppTracker::idleThresholdKey, *GetParam().stored);
     startTracker();
-    workspace.activate(notes);
-    EXPECT_EQ(tracker->currentAppName(), std::nullopt);
-    scheduler.runUntilIdle();
-    EXPECT_EQ(tracker->currentAppName(), "Notes");
+    activate(notes);
+    const Date start = scheduler.now();
+    work(1000);
+    // Ticks come every 20 s from the start; put the last input so that the
+    // next tick reads exactly `idleAtTick`.
+    const double untilTick = 20 - std::fmod(scheduler.now() - start, 20.0);
+    scheduler.advance(untilTick - 0.5);
+    idleClock.setIdleSeconds(GetParam().idleAtTick - 0.5);
+    const Date lastInput = scheduler.now() - (GetParam().idleAtTick - 0.5);
+    scheduler.advance(0.5);
+    EXPECT_EQ(tracker->isIdle(), GetParam().entersIdle);
+    if (GetParam().entersIdle) {
+        ASSERT_EQ(blocks().size(), 1u);
+        EXPECT_DOUBLE_EQ(blocks()[0].endDate->seconds, lastInput.seconds);
+        EXPECT_EQ(tracker->currentAppName(), std::nullopt);
+    } else {
+        EXPECT_TRUE(blocks().empty());
+        EXPECT_EQ(tracker->currentAppName(), "Notes");
+    }
 }
 
-TEST_F(Tracker, ReactivatingTheSameAppCommitsAndRestarts) {
+INSTANTIATE_TEST_SUITE_P(Thresholds, IdleThreshold,
+                         ::testing::Values(ThresholdCase{std::nullopt, 299, false},
+                                           ThresholdCase{std::nullopt, 300, true},
+                                           ThresholdCase{std::nullopt, 318, true}, ThresholdCase{60, 59, false},
+                                           ThresholdCase{60, 75, true}, ThresholdCase{0, 299, false},
+                                           ThresholdCase{-5, 299, false}, ThresholdCase{-5, 300, true}));
+
+TEST_F(Idle, InputAfterIdleStartsSessionAtTheTick) {
+    defaults.set(MacAppTracker::idleThresholdKey, 60);
     startTracker();
     activate(notes);
-    work(30);
+    work(200);
+    scheduler.advance(100);
+    ASSERT_TRUE(tracker->isIdle());
+    activate(mail);  // the user switched apps; dropped while idle
+    EXPECT_EQ(tracker->sessionStartedAt(), std::nullopt);
+    idleClock.touch();
+    scheduler.advance(2);
+    EXPECT_TRUE(tracker->isIdle());  // noticed only at the tick
+    const Date before = scheduler.now();
+    scheduler.advance(MacAppTracker::idleCheckInterval);
+    EXPECT_FALSE(tracker->isIdle());
+    EXPECT_EQ(tracker->currentAppName(), "Mail");
+    ASSERT_TRUE(tracker->sessionStartedAt());
+    EXPECT_GT(*tracker->sessionStartedAt(), before);
+    EXPECT_DOUBLE_EQ(std::fmod(*tracker->sessionStartedAt() - before, 20.0), 18);
+}
+
+TEST_F(Idle, StaleIdleStateAfterResumeWaitsForTheTick) {
+    defaults.set(MacAppTracker::idleThresholdKey, 60);
+    startTracker();
     activate(notes);
+    scheduler.advance(80);
+    ASSERT_TRUE(tracker->isIdle());
+    tracker->setTracking(false);
+    idleClock.touch();
+    scheduler.advance(3);
+    tracker->setTracking(true);
+    EXPECT_TRUE(tracker->isIdle());
+    EXPECT_EQ(tracker->sessionStartedAt(), std::nullopt);
+    scheduler.advance(20);
+    EXPECT_FALSE(tracker->isIdle());
+    EXPECT_TRUE(tracker->sessionStartedAt().has_value());
+}
+
+TEST_F(Idle, StopsTheBrowserPollSoOnlyTheCheckTicksEveryTwentySeconds) {
+    chromeShows("https://a.example/");
+    startTracker();
+    activate(chrome);
+    scheduler.advance(320);
+    ASSERT_TRUE(tracker->isIdle());
+    EXPECT_FALSE(tracker->isBrowserPolling());
+    const auto firings = scheduler.timerFirings();
+    scheduler.advance(3600);
+    EXPECT_EQ(scheduler.timerFirings() - firings, 180u);
+}
+
+TEST_F(Tracker, SleepCommitsSavesAtOnceKeepsTheTitleAndSilencesThePoll) {
+    chromeShows("https://a.example/");
+    startTracker();
+    const Date start = scheduler.now();
+    use({{chrome, 180}});
+    workspace.sleep();
+    scheduler.runUntilIdle();
     ASSERT_EQ(blocks().size(), 1u);
-    EXPECT_EQ(tracker->sessionStartedAt(), scheduler.now());
+    EXPECT_EQ(blocks()[0].endDate, start + 180);
+    EXPECT_EQ(tracker->currentAppName(), "a.example");
+    EXPECT_FALSE(sharedStore->hasPendingSave());
+    ASSERT_TRUE(files.files.contains(blocksPath));
+    EXPECT_NE(files.files.at(blocksPath).find("\"a.example\""), std::string::npos);
+    const auto runs = scripts.ran.size();
+    scheduler.advance(100);
+    EXPECT_TRUE(tracker->isBrowserPolling());
+    EXPECT_EQ(scripts.ran.size(), runs);
 }
 
 }  // namespace

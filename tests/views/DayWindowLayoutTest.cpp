@@ -30,7 +30,7 @@ TEST(DayWindowLayout, HeightsClampAndFill) {
 
 class DayNavigationTest : public StoreFixture {};
 
-TEST_F(DayNavigationTest, PreviousDayComparesInstants) {
+TEST_F(DayNavigationTest, PreviousDayComparesInstantsNextDayStopsAtToday) {
     // 2023-03-13 is a Monday.
     const Date earliest = at(2023, 3, 13, 14);
     EXPECT_TRUE(canShowPreviousDay(at(2023, 3, 14, 9), earliest));
@@ -39,9 +39,7 @@ TEST_F(DayNavigationTest, PreviousDayComparesInstants) {
     EXPECT_TRUE(canShowPreviousDay(at(2023, 3, 13, 15), earliest));
     EXPECT_FALSE(canShowPreviousDay(at(2023, 3, 12, 15), earliest));
     EXPECT_FALSE(canShowPreviousDay(at(2023, 3, 14, 9), std::nullopt));
-}
-
-TEST_F(DayNavigationTest, NextDayOnlyBeforeToday) {
+    // The next day only before today.
     const Date now = at(2023, 3, 15, 0, 30);
     EXPECT_FALSE(canShowNextDay(calendar, at(2023, 3, 15, 23, 59), now));
     EXPECT_TRUE(canShowNextDay(calendar, at(2023, 3, 14, 23, 59), now));

@@ -17,44 +17,26 @@ TEST(NotchGeometry, PanelHangsFromTheTopCentredOnTheNotch) {
     EXPECT_EQ(geometry->notch, (Frame{656, 950, 200, 32}));
     EXPECT_EQ(notchPanelFrame(*geometry, 200, 32), (Frame{656, 950, 200, 32}));
     EXPECT_EQ(notchPanelFrame(*geometry, 480, 186), (Frame{516, 796, 480, 186}));
-}
-
-struct ScreenCase {
-    const char* name;
-    std::vector<ScreenInfo> screens;
-    std::optional<std::size_t> notchedIndex;
-};
-
-class FindingTheNotch : public ::testing::TestWithParam<ScreenCase> {};
-
-TEST_P(FindingTheNotch, TakesTheFirstScreenWithBothAreas) {
-    const auto geometry = findNotch(GetParam().screens);
-    ASSERT_EQ(geometry.has_value(), GetParam().notchedIndex.has_value());
-    if (geometry) {
-        EXPECT_EQ(geometry->screenIndex, *GetParam().notchedIndex);
-    }
-}
-
-ScreenInfo leftOnly() {
-    ScreenInfo screen = notched(-1512);
-    screen.auxiliaryTopRightArea.reset();
-    return screen;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Screens, FindingTheNotch,
-    ::testing::Values(ScreenCase{"none", {}, std::nullopt},
-                      ScreenCase{"noNotch", {plain(0), plain(1920)}, std::nullopt},
-                      ScreenCase{"builtInListedThird", {plain(0), plain(1920), notched(3840)}, 2},
-                      ScreenCase{"oneAreaIsNotANotch", {leftOnly(), notched(0)}, 1}),
-    [](const auto& info) { return std::string(info.param.name); });
-
-TEST(NotchGeometry, NotchOnASecondScreenUsesThatScreensTop) {
+    // A notch on a second, taller screen hangs from that screen's top.
     ScreenInfo tall{Frame{1512, -200, 1512, 1200}, Frame{1512, 968, 656, 32}, Frame{2368, 968, 656, 32}};
-    const auto geometry = findNotch({plain(-1920), tall});
-    ASSERT_TRUE(geometry);
-    EXPECT_EQ(geometry->notch, (Frame{2168, 968, 200, 32}));
-    EXPECT_EQ(notchPanelFrame(*geometry, 480, 186), (Frame{2028, 814, 480, 186}));
+    const auto second = findNotch({plain(-1920), tall});
+    ASSERT_TRUE(second);
+    EXPECT_EQ(second->notch, (Frame{2168, 968, 200, 32}));
+    EXPECT_EQ(notchPanelFrame(*second, 480, 186), (Frame{2028, 814, 480, 186}));
+}
+
+TEST(NotchGeometry, TakesTheFirstScreenWithBothAreas) {
+    ScreenInfo leftOnly = notched(-1512);
+    leftOnly.auxiliaryTopRightArea.reset();  // one area is not a notch
+    const std::pair<std::vector<ScreenInfo>, std::optional<std::size_t>> cases[] = {
+        {{}, std::nullopt},
+        {{plain(0), plain(1920)}, std::nullopt},
+        {{plain(0), plain(1920), notched(3840)}, 2},
+        {{leftOnly, notched(0)}, 1}};
+    for (const auto& [screens, notchedIndex] : cases) {
+        const auto geometry = findNotch(screens);
+        EXPECT_EQ(geometry ? std::optional(geometry->screenIndex) : std::nullopt, notchedIndex) << screens.size();
+    }
 }
 
 TEST(NotchShape, OutlineOfTheExpandedCard) {
@@ -70,27 +52,19 @@ TEST(NotchShape, OutlineOfTheExpandedCard) {
     EXPECT_EQ(steps, expected);
 }
 
-struct BarCase {
-    const char* name;
-    std::vector<double> minutes;
-    std::vector<double> widths;
-};
-
-class DayBar : public ::testing::TestWithParam<BarCase> {};
-
-TEST_P(DayBar, SharesTheWidthLessGapsWithAMinimum) {
-    const auto widths = dayBarWidths(GetParam().minutes, 444);
-    ASSERT_EQ(widths.size(), GetParam().widths.size());
-    for (std::size_t i = 0; i < widths.size(); ++i) EXPECT_NEAR(widths[i], GetParam().widths[i], 0.005) << i;
+TEST(DayBar, SharesTheWidthLessGapsWithAMinimum) {
+    const std::pair<std::vector<double>, std::vector<double>> cases[] = {
+        {{30, 10}, {331.5, 110.5}},
+        {{600, 1}, {441.26, 3}},  // the tiny one is raised
+        {{0, 0}, {3, 3}},         // nothing tracked
+        {{}, {}},
+        {{5}, {444}}};
+    for (const auto& [minutes, expected] : cases) {
+        const auto widths = dayBarWidths(minutes, 444);
+        ASSERT_EQ(widths.size(), expected.size());
+        for (std::size_t i = 0; i < widths.size(); ++i) EXPECT_NEAR(widths[i], expected[i], 0.005) << i;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Cases, DayBar,
-                         ::testing::Values(BarCase{"twoSummaries", {30, 10}, {331.5, 110.5}},
-                                           BarCase{"tinyOneIsRaised", {600, 1}, {441.26, 3}},
-                                           BarCase{"nothingTracked", {0, 0}, {3, 3}},
-                                           BarCase{"empty", {}, {}},
-                                           BarCase{"one", {5}, {444}}),
-                         [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace
 }  // namespace plenda

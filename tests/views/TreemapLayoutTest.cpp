@@ -7,13 +7,6 @@
 namespace plenda {
 namespace {
 
-struct LayoutCase {
-    const char* name;
-    std::vector<double> weights;
-    LayoutRect bounds;
-    std::vector<LayoutRect> expected;  // to two decimals
-};
-
 MacActivitySummary named(std::string id, double minutes) {
     MacActivitySummary summary;
     summary.id = std::move(id);
@@ -21,45 +14,47 @@ MacActivitySummary named(std::string id, double minutes) {
     return summary;
 }
 
-double round2(double v) { return std::round(v * 100) / 100; }
-
-class SquarifiedLayoutTest : public ::testing::TestWithParam<LayoutCase> {};
-
-TEST_P(SquarifiedLayoutTest, MatchesWorkedRectangles) {
-    const LayoutCase& c = GetParam();
-    const auto rects = squarifiedLayout(c.weights, c.bounds);
-    ASSERT_EQ(rects.size(), c.expected.size());
-    for (std::size_t i = 0; i < rects.size(); ++i) {
-        const LayoutRect r{round2(rects[i].x), round2(rects[i].y), round2(rects[i].width), round2(rects[i].height)};
-        EXPECT_EQ(r, c.expected[i]) << "item " << i << ": " << r.x << ", " << r.y << ", " << r.width << ", "
-                                    << r.height;
+TEST(SquarifiedLayout, MatchesWorkedRectangles) {
+    struct Case {
+        const char* name;
+        std::vector<double> weights;
+        LayoutRect bounds;
+        std::vector<LayoutRect> expected;  // to two decimals
+    };
+    const Case cases[] = {
+        {"none", {}, {0, 0, 100, 100}, {}},
+        {"zeroTotal", {0, 0}, {0, 0, 100, 100}, {}},
+        {"single", {7}, {3, 4, 50, 60}, {{3, 4, 50, 60}}},
+        {"twoSquares", {1, 1}, {0, 0, 200, 100}, {{0, 0, 100, 100}, {100, 0, 100, 100}}},
+        {"threeSquares", {1, 1, 1}, {0, 0, 300, 100}, {{0, 0, 100, 100}, {100, 0, 100, 100}, {200, 0, 100, 100}}},
+        {"sevenItems", {6, 6, 4, 3, 2, 2, 1}, {0, 0, 600, 400},
+         {{0, 0, 300, 200}, {0, 200, 300, 200}, {300, 0, 171.43, 233.33}, {471.43, 0, 128.57, 233.33},
+          {300, 233.33, 120, 166.67}, {420, 233.33, 120, 166.67}, {540, 233.33, 60, 166.67}}},
+        {"eightItemsWide", {120, 60, 30, 30, 15, 10, 5, 3}, {0, 0, 600, 250},
+         {{0, 0, 263.74, 250}, {263.74, 0, 131.87, 250}, {395.6, 0, 102.2, 161.29}, {497.8, 0, 102.2, 161.29},
+          {395.6, 161.29, 92.91, 88.71}, {488.51, 161.29, 61.94, 88.71}, {550.45, 161.29, 49.55, 55.44},
+          {550.45, 216.73, 49.55, 33.27}}},
+        {"keepsInputOrder", {1, 3}, {0, 0, 400, 100}, {{300, 0, 100, 100}, {0, 0, 300, 100}}},
+        {"sliver", {50, 0.1}, {0, 0, 100, 100}, {{0, 0, 99.8, 100}, {99.8, 0, 0.2, 100}}},
+        {"lastTwoShareARow", {1, 1}, {0, 0, 100, 100}, {{0, 0, 100, 50}, {0, 50, 100, 50}}},
+        {"tallRowsAlongTop", {1, 1}, {0, 0, 100, 200}, {{0, 0, 100, 100}, {0, 100, 100, 100}}},
+        {"zeroWidth", {2, 1}, {0, 0, 0, 100}, {{0, 0, 0, 0}, {0, 0, 0, 0}}},
+        {"zeroHeightLone", {2}, {5, 5, 80, 0}, {{5, 5, 80, 0}}},
+        // A zero weight makes every row holding it infinite: it ends up alone, last.
+        {"zeroWeight", {3, 0, 1}, {0, 0, 400, 100}, {{0, 0, 300, 100}, {400, 0, 0, 100}, {300, 0, 100, 100}}}};
+    const auto round2 = [](double v) { return std::round(v * 100) / 100; };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const auto rects = squarifiedLayout(c.weights, c.bounds);
+        ASSERT_EQ(rects.size(), c.expected.size());
+        for (std::size_t i = 0; i < rects.size(); ++i) {
+            const LayoutRect r{round2(rects[i].x), round2(rects[i].y), round2(rects[i].width),
+                               round2(rects[i].height)};
+            EXPECT_EQ(r, c.expected[i]) << "item " << i << ": " << r.x << ", " << r.y << ", " << r.width << ", "
+                                        << r.height;
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, SquarifiedLayoutTest,
-    ::testing::Values(
-        LayoutCase{"none", {}, {0, 0, 100, 100}, {}},
-        LayoutCase{"zeroTotal", {0, 0}, {0, 0, 100, 100}, {}},
-        LayoutCase{"single", {7}, {3, 4, 50, 60}, {{3, 4, 50, 60}}},
-        LayoutCase{"twoSquares", {1, 1}, {0, 0, 200, 100}, {{0, 0, 100, 100}, {100, 0, 100, 100}}},
-        LayoutCase{"threeSquares", {1, 1, 1}, {0, 0, 300, 100},
-                   {{0, 0, 100, 100}, {100, 0, 100, 100}, {200, 0, 100, 100}}},
-        LayoutCase{"sevenItems", {6, 6, 4, 3, 2, 2, 1}, {0, 0, 600, 400},
-                   {{0, 0, 300, 200}, {0, 200, 300, 200}, {300, 0, 171.43, 233.33}, {471.43, 0, 128.57, 233.33},
-                    {300, 233.33, 120, 166.67}, {420, 233.33, 120, 166.67}, {540, 233.33, 60, 166.67}}},
-        LayoutCase{"eightItemsWide", {120, 60, 30, 30, 15, 10, 5, 3}, {0, 0, 600, 250},
-                   {{0, 0, 263.74, 250}, {263.74, 0, 131.87, 250}, {395.6, 0, 102.2, 161.29},
-                    {497.8, 0, 102.2, 161.29}, {395.6, 161.29, 92.91, 88.71}, {488.51, 161.29, 61.94, 88.71},
-                    {550.45, 161.29, 49.55, 55.44}, {550.45, 216.73, 49.55, 33.27}}},
-        LayoutCase{"keepsInputOrder", {1, 3}, {0, 0, 400, 100}, {{300, 0, 100, 100}, {0, 0, 300, 100}}},
-        LayoutCase{"sliver", {50, 0.1}, {0, 0, 100, 100}, {{0, 0, 99.8, 100}, {99.8, 0, 0.2, 100}}},
-        LayoutCase{"tallRowsAlongTop", {1, 1}, {0, 0, 100, 200}, {{0, 0, 100, 100}, {0, 100, 100, 100}}},
-        LayoutCase{"zeroWidth", {2, 1}, {0, 0, 0, 100}, {{0, 0, 0, 0}, {0, 0, 0, 0}}},
-        LayoutCase{"zeroHeightLone", {2}, {5, 5, 80, 0}, {{5, 5, 80, 0}}},
-        // A zero weight makes every row holding it infinite: it ends up alone, last.
-        LayoutCase{"zeroWeight", {3, 0, 1}, {0, 0, 400, 100}, {{0, 0, 300, 100}, {400, 0, 0, 100}, {300, 0, 100, 100}}}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 TEST(SquarifiedLayout, TilesTheAreaWithoutOverlap) {
     const std::vector<std::vector<double>> cases = {
@@ -93,9 +88,7 @@ TEST(SquarifiedLayout, TilesTheAreaWithoutOverlap) {
 }
 
 TEST(TreemapTiles, FramesLeaveTheGapAndLabelsFollowTheLayoutRectangle) {
-    const std::vector<MacActivitySummary> summaries = {
-        named("a", 50), named("b", 0)};
-    const auto tiles = treemapTiles(summaries, 100, 100, 4);
+    const auto tiles = treemapTiles({named("a", 50), named("b", 0)}, 100, 100, 4);
     ASSERT_EQ(tiles.size(), 2u);
     EXPECT_EQ(tiles[0].summary.id, "a");
     EXPECT_NEAR(tiles[0].frame.width, 99.8 - 4, 0.005);
