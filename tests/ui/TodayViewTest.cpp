@@ -115,13 +115,9 @@ TEST_F(TodayViewTest, ContextMenuRecategorisesAndDeletes) {
     EXPECT_FALSE(menu.actions()[0]->isEnabled());
 
     const auto categories = menu.categoryMenu()->actions();
-    ASSERT_EQ(categories.size(), 10);
-    QStringList names;
-    for (QAction* a : categories) {
-        names << a->text();
-        EXPECT_EQ(a->isChecked(), a->text() == "Work") << a->text().toStdString();
-    }
-    EXPECT_EQ(names, (QStringList{"Mind", "Body", "Work", "Social", "Self-care", "Meals", "Entertainment", "Chores",
+    QStringList names;  // the checked one marked
+    for (QAction* a : categories) names << a->text() + (a->isChecked() ? " ✓" : "");
+    ASSERT_EQ(names, (QStringList{"Mind", "Body", "Work ✓", "Social", "Self-care", "Meals", "Entertainment", "Chores",
                                   "Commute", "Sleep"}));
 
     categories[0]->trigger();  // Mind
