@@ -31,7 +31,6 @@
 #include <fstream>
 #include <iostream>
 #include <sstream>
-#include <sys/resource.h>
 #include <unistd.h>
 
 using namespace plenda;
@@ -44,30 +43,6 @@ void onSignal(int) {
     const char byte = 1;
     [[maybe_unused]] auto written = write(signalPipe[1], &byte, 1);
 }
-
-// Counts how often timers wake the program.
-class CountingScheduler final : public Scheduler {
-public:
-    explicit CountingScheduler(Scheduler& inner) : inner_(inner) {}
-    void post(Task task) override { inner_.post(std::move(task)); }
-    TaskHandle after(double seconds, Task task) override {
-        return inner_.after(seconds, [this, task = std::move(task)] {
-            ++firings;
-            task();
-        });
-    }
-    TaskHandle repeating(double interval, double tolerance, Task task) override {
-        return inner_.repeating(interval, tolerance, [this, task = std::move(task)] {
-            ++firings;
-            task();
-        });
-    }
-    void runOnWorker(Task task) override { inner_.runOnWorker(std::move(task)); }
-    long firings = 0;
-
-private:
-    Scheduler& inner_;
-};
 
 int printBlocks(const char* path) {
     std::ifstream file(path);
@@ -99,8 +74,7 @@ int main(int argc, char** argv) {
         std::cerr << "plenda-tracker-driver: no X display\n";
         return 1;
     }
-    QtScheduler qtScheduler;
-    CountingScheduler scheduler(qtScheduler);
+    QtScheduler scheduler;
     SystemClock clock;
     IcuCalendar calendar;
     auto defaults = QtDefaults::forUser();
@@ -135,17 +109,9 @@ int main(int argc, char** argv) {
         QCoreApplication::quit();
     });
     const int status = QCoreApplication::exec();
-
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
     std::cout << BrowserTabs::outcomeKey << ": " << defaults->string(BrowserTabs::outcomeKey).value_or("(absent)") << "\n"
               << WindowTitles::outcomeKey << ": " << defaults->string(WindowTitles::outcomeKey).value_or("(absent)")
               << "\n"
-              << "blocks file: " << store->blocksFilePath() << "\n"
-              << "timer firings: " << scheduler.firings << "\n"
-              << "cpu seconds: " << usage.ru_utime.tv_sec + usage.ru_utime.tv_usec / 1e6 + usage.ru_stime.tv_sec +
-                                        usage.ru_stime.tv_usec / 1e6
-              << "\n"
-              << "voluntary context switches: " << usage.ru_nvcsw << "\n";
+              << "blocks file: " << store->blocksFilePath() << "\n";
     return status;
 }

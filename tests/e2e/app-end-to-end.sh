@@ -16,19 +16,10 @@ export PLENDA_CLOUD_STORE="$work/cloud.sqlite"
 unset PLENDA_DISABLE_CLOUD_SYNC
 mkdir -p "$XDG_CONFIG_HOME/Plenda" "$XDG_RUNTIME_DIR"
 chmod 700 "$XDG_RUNTIME_DIR"
-cat >"$XDG_CONFIG_HOME/Plenda/Plenda.json" <<'SETTINGS'
-{"minimumSessionSeconds": 1}
-SETTINGS
+echo '{"minimumSessionSeconds": 1}' >"$XDG_CONFIG_HOME/Plenda/Plenda.json"
 
-window_of_class() { xdotool search --onlyvisible --class "$1" 2>/dev/null | head -1; }
-xterm -class Editorial -e sleep 120 &
-pids+=($!)
-xterm -class Notizblock -e sleep 120 &
-pids+=($!)
-within 10 window_of_class Editorial >/dev/null || fail "no first window"
-within 10 window_of_class Notizblock >/dev/null || fail "no second window"
-first=$(window_of_class Editorial)
-second=$(window_of_class Notizblock)
+open_window first Editorial 120
+open_window second Notizblock 120
 xdotool windowactivate --sync "$first"
 
 LANG=C "$plenda" >"$work/app.log" 2>&1 &

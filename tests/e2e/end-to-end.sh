@@ -9,7 +9,6 @@ driver=$1
 source "$(dirname "$0")/x-session.sh"
 fail() { echo "FAIL: $*" >&2; cat "$work"/xterm*.log "$work/openbox.log" >&2 2>/dev/null; xdotool search --class . getwindowname %@ >&2 2>/dev/null; echo "--- driver output" >&2; cat "$work/driver.log" >&2 || true; exit 1; }
 now() { date +%s.%N; }
-until_true() { within 5 "$@"; }
 plus() { awk -v t="$1" -v d="$2" 'BEGIN { printf "%.3f", t + d }'; }
 start_x_session
 
@@ -26,19 +25,10 @@ Exec=idea
 StartupWMClass=jetbrains-idea
 ENTRY
 # Short sessions count, and three seconds without input make the user idle.
-cat >"$XDG_CONFIG_HOME/Plenda/Plenda.json" <<'SETTINGS'
-{"minimumSessionSeconds": 1, "idleThresholdSeconds": 3}
-SETTINGS
+echo '{"minimumSessionSeconds": 1, "idleThresholdSeconds": 3}' >"$XDG_CONFIG_HOME/Plenda/Plenda.json"
 
-window_of_class() { xdotool search --onlyvisible --class "$1" 2>/dev/null | head -1; }
-xterm -class jetbrains-idea -e sleep 600 2>"$work/xterm1.log" &
-pids+=($!)
-xterm -class Notizblock -e sleep 600 2>"$work/xterm2.log" &
-pids+=($!)
-within 15 window_of_class jetbrains-idea >/dev/null || fail "no IDE window"
-within 15 window_of_class Notizblock >/dev/null || fail "no notebook window"
-ide=$(window_of_class jetbrains-idea)
-notes=$(window_of_class Notizblock)
+open_window ide jetbrains-idea 600
+open_window notes Notizblock 600
 xprop -id "$ide" -f _NET_WM_NAME 8u -set _NET_WM_NAME "webapp [~/src/webapp] – App.kt"
 xprop -id "$notes" -f _NET_WM_NAME 8u -set _NET_WM_NAME "Überblick — Notizen ●"
 
@@ -50,13 +40,13 @@ busy_until() { while awk -v t="$1" -v n="$(now)" 'BEGIN { exit !(n < t) }'; do i
 # Both windows are up; let the window manager settle on the IDE.
 switch_to "$ide"
 is_active() { [ "$(xdotool getactivewindow 2>/dev/null)" = "$1" ]; }
-until_true is_active "$ide" || fail "could not activate the IDE"
+within 5 is_active "$ide" || fail "could not activate the IDE"
 sleep 0.5
 is_active "$ide" || fail "the IDE lost the focus on its own"
 LANG=C "$driver" >"$work/driver.log" 2>&1 &
 driver_pid=$!
 pids+=($driver_pid)
-until_true grep -q "tracking: IntelliJ IDEA · webapp" "$work/driver.log" || fail "the IDE was not tracked"
+within 5 grep -q "tracking: IntelliJ IDEA · webapp" "$work/driver.log" || fail "the IDE was not tracked"
 t0=$(now)
 
 busy_until "$(plus "$t0" 4)"

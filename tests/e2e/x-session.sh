@@ -1,7 +1,7 @@
 # Shared by the end-to-end scripts (sourced, not run): a work folder cleaned
-# up on exit, a wait helper, and a private X display with openbox, so no
-# other test's window manager gets in the way. The sourcing script defines
-# fail() before calling start_x_session.
+# up on exit, a wait helper, a private X display with openbox, so no other
+# test's window manager gets in the way, and terminal windows of a given
+# class. The sourcing script defines fail() before calling start_x_session.
 work=$(mktemp -d)
 pids=()
 cleanup() {
@@ -25,3 +25,12 @@ start_x_session() {
 }
 # xprop exits 0 even when the property is missing: look for the window id.
 openbox_ready() { xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q "window id"; }
+
+window_of_class() { xdotool search --onlyvisible --class "$1" 2>/dev/null | head -1; }
+# Opens an xterm of window class $2 for $3 seconds and stores its window id in the variable named $1.
+open_window() {
+  xterm -class "$2" -e sleep "$3" 2>>"$work/xterm.log" &
+  pids+=($!)
+  within 15 window_of_class "$2" >/dev/null || fail "no $2 window"
+  printf -v "$1" '%s' "$(window_of_class "$2")"
+}

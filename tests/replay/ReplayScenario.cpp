@@ -20,17 +20,21 @@
 #include <simdjson.h>
 
 #include <cmath>
+#include <functional>
 #include <iomanip>
-#include <fstream>
-#include <iostream>
+#include <map>
 #include <sstream>
-#include <stdexcept>
 
 namespace plenda {
 namespace {
 
 using simdjson::dom::element;
 using simdjson::dom::element_type;
+
+// Virtual time runs every timer tick on the way, so a scenario spans two days at most.
+constexpr double longestScenario = 2 * 86400.0;
+// 1970 to 2100.
+constexpr double latestStartUnix = 4102444800.0;
 
 // The user works (input all the time) until told otherwise.
 class ReplayIdleClock final : public IdleClock {
@@ -45,60 +49,64 @@ private:
     std::optional<Date> lastInput_;
 };
 
-std::optional<element> field(const element& object, std::string_view name) {
-    element value;
-    if (object[name].get(value) != simdjson::SUCCESS || value.is_null()) return std::nullopt;
-    return value;
-}
+// The fields of one JSON object; a value of the wrong kind is refused, naming the field.
+class Fields {
+public:
+    explicit Fields(element object) : object_(object) {}
 
-double number(const element& object, std::string_view name) {
-    const auto value = field(object, name);
-    if (!value || !value->is_number()) throw ScenarioError("\"" + std::string(name) + "\" must be a number");
-    return double(*value);
-}
-
-// A number from `lowest` to `highest`.
-double numberWithin(const element& object, std::string_view name, double lowest, double highest) {
-    const double value = number(object, name);
-    if (!(value >= lowest && value <= highest)) {
-        std::ostringstream message;
-        message << std::setprecision(12) << '"' << name << "\" must lie between " << lowest << " and " << highest;
-        throw ScenarioError(message.str());
+    bool has(std::string_view name) const {
+        element value;
+        return object_[name].get(value) == simdjson::SUCCESS;
     }
-    return value;
-}
+    // The value, unless absent or null.
+    std::optional<element> field(std::string_view name) const {
+        element value;
+        if (object_[name].get(value) != simdjson::SUCCESS || value.is_null()) return std::nullopt;
+        return value;
+    }
+    // A number from `lowest` to `highest`.
+    double number(std::string_view name, double lowest, double highest) const {
+        const auto value = field(name);
+        if (!value || !value->is_number()) refuse(name, "must be a number");
+        const double number = double(*value);
+        if (!(number >= lowest && number <= highest)) {
+            std::ostringstream message;
+            message << std::setprecision(12) << "must lie between " << lowest << " and " << highest;
+            refuse(name, message.str());
+        }
+        return number;
+    }
+    // A whole number that fits a process id or an error code.
+    int integer(std::string_view name) const {
+        const double value = number(name, -2147483648.0, 2147483647.0);
+        if (value != std::floor(value)) refuse(name, "must be a whole number");
+        return static_cast<int>(value);
+    }
+    std::optional<std::string> optionalText(std::string_view name) const {
+        const auto value = field(name);
+        if (!value) return std::nullopt;
+        if (!value->is_string()) refuse(name, "must be text or null");
+        return std::string(std::string_view(*value));
+    }
+    std::string text(std::string_view name) const {
+        if (auto value = optionalText(name)) return *value;
+        refuse(name, "is missing");
+    }
+    bool flag(std::string_view name, bool fallback) const {
+        const auto value = field(name);
+        if (value && !value->is_bool()) refuse(name, "must be true or false");
+        return value ? bool(*value) : fallback;
+    }
+    RunningApplication application() const {
+        return {optionalText("bundleId"), optionalText("name"), field("pid") ? integer("pid") : 0};
+    }
 
-// A whole number that fits a process id or an error code.
-int integer(const element& object, std::string_view name) {
-    const double value = numberWithin(object, name, -2147483648.0, 2147483647.0);
-    if (value != std::floor(value)) throw ScenarioError("\"" + std::string(name) + "\" must be a whole number");
-    return static_cast<int>(value);
-}
-
-// Virtual time runs every timer tick on the way, so a scenario spans two days at most.
-constexpr double longestScenario = 2 * 86400.0;
-// 1970 to 2100.
-constexpr double latestStartUnix = 4102444800.0;
-
-std::optional<std::string> optionalText(const element& object, std::string_view name) {
-    const auto value = field(object, name);
-    if (!value) return std::nullopt;
-    if (!value->is_string()) throw ScenarioError("\"" + std::string(name) + "\" must be text or null");
-    return std::string(std::string_view(*value));
-}
-
-std::string text(const element& object, std::string_view name) {
-    auto value = optionalText(object, name);
-    if (!value) throw ScenarioError("\"" + std::string(name) + "\" is missing");
-    return *value;
-}
-
-bool flag(const element& object, std::string_view name, bool fallback) {
-    const auto value = field(object, name);
-    if (!value) return fallback;
-    if (!value->is_bool()) throw ScenarioError("\"" + std::string(name) + "\" must be true or false");
-    return bool(*value);
-}
+private:
+    [[noreturn]] static void refuse(std::string_view name, const std::string& why) {
+        throw ScenarioError("\"" + std::string(name) + "\" " + why);
+    }
+    element object_;
+};
 
 DefaultsValue defaultsValue(const element& value) {
     switch (value.type()) {
@@ -119,27 +127,24 @@ DefaultsValue defaultsValue(const element& value) {
     }
 }
 
-RunningApplication application(const element& object) {
-    return {optionalText(object, "bundleId"), optionalText(object, "name"),
-            field(object, "pid") ? integer(object, "pid") : 0};
-}
-
 class Replay {
 public:
-    void line(const element& event, bool first) {
-        const std::string kind = text(event, "event");
+    void line(const Fields& event, bool first) {
+        const std::string kind = event.text("event");
         if (kind == "setup") {
             if (!first) throw ScenarioError("\"setup\" must be the first line");
-            if (auto zone = optionalText(event, "zone")) calendar = IcuCalendar(*zone);
-            if (field(event, "startUnix")) start = Date::fromUnixSeconds(numberWithin(event, "startUnix", 0, latestStartUnix));
+            if (auto zone = event.optionalText("zone")) calendar = IcuCalendar(*zone);
+            if (event.field("startUnix")) start = Date::fromUnixSeconds(event.number("startUnix", 0, latestStartUnix));
             scheduler.advanceTo(start);
             return;
         }
         if (first) scheduler.advanceTo(start);
-        const Date when = start + numberWithin(event, "at", 0, longestScenario);
+        const Date when = start + event.number("at", 0, longestScenario);
         if (when < scheduler.now()) throw ScenarioError("\"at\" goes back in time");
         scheduler.advanceTo(when);
-        apply(kind, event);
+        const auto handler = handlers.find(kind);
+        if (handler == handlers.end()) throw ScenarioError("unknown event \"" + kind + "\"");
+        handler->second(event);
         scheduler.runUntilIdle();
     }
 
@@ -149,16 +154,14 @@ public:
         std::ostringstream out;
         out << "[\n";
         const auto& blocks = store().blocks();
-        for (std::size_t i = 0; i < blocks.size(); ++i) {
+        for (std::size_t i = 0; i < blocks.size(); ++i)
             out << *encodeBlock(blocks[i]) << (i + 1 < blocks.size() ? ",\n" : "\n");
-        }
         out << "]\n";
-        for (std::string_view key : {BrowserTabs::outcomeKey, WindowTitles::outcomeKey}) {
+        for (std::string_view key : {BrowserTabs::outcomeKey, WindowTitles::outcomeKey})
             out << key << ": " << defaults.string(key).value_or("(absent)") << "\n";
-        }
-        if (tracker) {
-            out << "currentAppName: " << tracker->currentAppName().value_or("(none)") << "\n";
-            out << "isTracking: " << tracker->isTracking() << " isIdle: " << tracker->isIdle() << "\n";
+        if (tracker_) {
+            out << "currentAppName: " << tracker_->currentAppName().value_or("(none)") << "\n";
+            out << "isTracking: " << tracker_->isTracking() << " isIdle: " << tracker_->isIdle() << "\n";
         }
         std::istringstream log(output.str());
         for (std::string entry; std::getline(log, entry);) out << "log: " << entry << "\n";
@@ -166,80 +169,74 @@ public:
     }
 
 private:
-    void apply(const std::string& kind, const element& event) {
-        if (kind == "start") {
-            tracker_().start(sharedStore());
-        } else if (kind == "activate") {
-            const RunningApplication app = application(event);
-            if (flag(event, "input", true)) idleClock.back();
-            if (std::find(workspace.running.begin(), workspace.running.end(), app) == workspace.running.end()) {
-                workspace.running.push_back(app);
-            }
-            workspace.activate(app);
-        } else if (kind == "away") {
-            idleClock.away(scheduler.now());
-        } else if (kind == "back") {
-            idleClock.back();
-        } else if (kind == "idle") {
-            idleClock.away(scheduler.now() - numberWithin(event, "seconds", 0, longestScenario));
-        } else if (kind == "sleep") {
-            workspace.sleep();
-        } else if (kind == "wake") {
-            workspace.wake();
-        } else if (kind == "browser") {
-            browserAnswer(event);
-        } else if (kind == "window") {
-            windowAnswer(event);
-        } else if (kind == "trust") {
-            accessibility.trusted = flag(event, "trusted", true);
-        } else if (kind == "running") {
-            element apps;
-            if (event["apps"].get(apps) || !apps.is_array()) throw ScenarioError("\"apps\" must be a list");
-            workspace.running.clear();
-            for (element app : apps.get_array()) workspace.running.push_back(application(app));
-        } else if (kind == "settings") {
-            const std::string key = text(event, "key");
-            if (const auto value = field(event, "value")) defaults.set(key, defaultsValue(*value));
-            else defaults.remove(key);
-        } else if (kind == "pause" || kind == "resume") {
-            tracker_().setTracking(kind == "resume");
-        } else if (kind == "probe") {
-            tracker_().browserTabs().requestBrowserAutomation();
-        } else if (kind == "requestAccessibility") {
-            tracker_().windowTitles().requestAccessibility();
-        } else if (kind == "quit") {
-            tracker_().commitSession(scheduler.now());
-            tracker_().clearCurrentAppName();
-            store().saveNow();
-        } else {
-            throw ScenarioError("unknown event \"" + kind + "\"");
-        }
+    using Handler = std::function<void(const Fields&)>;
+    const std::map<std::string, Handler> handlers = {
+        {"start", [this](const Fields&) { tracker().start(sharedStore()); }},
+        {"activate", [this](const Fields& event) { activate(event); }},
+        {"away", [this](const Fields&) { idleClock.away(scheduler.now()); }},
+        {"back", [this](const Fields&) { idleClock.back(); }},
+        {"idle",
+         [this](const Fields& event) {
+             idleClock.away(scheduler.now() - event.number("seconds", 0, longestScenario));
+         }},
+        {"sleep", [this](const Fields&) { workspace.sleep(); }},
+        {"wake", [this](const Fields&) { workspace.wake(); }},
+        {"browser", [this](const Fields& event) { browserAnswer(event); }},
+        {"window", [this](const Fields& event) { windowAnswer(event); }},
+        {"trust", [this](const Fields& event) { accessibility.trusted = event.flag("trusted", true); }},
+        {"running", [this](const Fields& event) { running(event); }},
+        {"settings",
+         [this](const Fields& event) {
+             const std::string key = event.text("key");
+             if (const auto value = event.field("value")) defaults.set(key, defaultsValue(*value));
+             else defaults.remove(key);
+         }},
+        {"pause", [this](const Fields&) { tracker().setTracking(false); }},
+        {"resume", [this](const Fields&) { tracker().setTracking(true); }},
+        {"probe", [this](const Fields&) { tracker().browserTabs().requestBrowserAutomation(); }},
+        {"requestAccessibility", [this](const Fields&) { tracker().windowTitles().requestAccessibility(); }},
+        {"quit",
+         [this](const Fields&) {
+             tracker().commitSession(scheduler.now());
+             tracker().clearCurrentAppName();
+             store().saveNow();
+         }},
+    };
+
+    void activate(const Fields& event) {
+        const RunningApplication app = event.application();
+        if (event.flag("input", true)) idleClock.back();
+        if (std::find(workspace.running.begin(), workspace.running.end(), app) == workspace.running.end())
+            workspace.running.push_back(app);
+        workspace.activate(app);
     }
 
-    void browserAnswer(const element& event) {
-        const std::string id = text(event, "bundleId");
+    void running(const Fields& event) {
+        const auto apps = event.field("apps");
+        if (!apps || !apps->is_array()) throw ScenarioError("\"apps\" must be a list");
+        workspace.running.clear();
+        for (element app : apps->get_array()) workspace.running.push_back(Fields(app).application());
+    }
+
+    void browserAnswer(const Fields& event) {
+        const std::string id = event.text("bundleId");
         const auto script = browserScripts().find(id);
         if (script == browserScripts().end()) throw ScenarioError("\"" + id + "\" is not a supported browser");
         ScriptResult result;
-        if (field(event, "error")) result = ScriptedScriptRunner::error(integer(event, "error"));
-        else if (flag(event, "unavailable", false)) result = {};
-        else if (element url; event["url"].get(url) == simdjson::SUCCESS) result = ScriptedScriptRunner::text(optionalText(event, "url"));
+        if (event.field("error")) result = ScriptedScriptRunner::error(event.integer("error"));
+        else if (event.flag("unavailable", false)) result = {};
+        else if (event.has("url")) result = ScriptedScriptRunner::text(event.optionalText("url"));
         else throw ScenarioError("a browser answer needs \"url\", \"error\" or \"unavailable\"");
         scripts.answers[script->second] = result;
     }
 
-    void windowAnswer(const element& event) {
-        const int pid = integer(event, "pid");
+    void windowAnswer(const Fields& event) {
         using S = FocusedWindowTitle::Status;
-        if (field(event, "windowError")) {
-            accessibility.windows[pid] = {S::windowError, integer(event, "windowError"), {}};
-        } else if (field(event, "titleError")) {
-            accessibility.windows[pid] = {S::titleError, integer(event, "titleError"), {}};
-        } else if (flag(event, "notAnElement", false)) {
-            accessibility.windows[pid] = {S::notAnElement, 0, {}};
-        } else {
-            accessibility.setTitle(pid, text(event, "title"));
-        }
+        FocusedWindowTitle& window = accessibility.windows[event.integer("pid")];
+        if (event.field("windowError")) window = {S::windowError, event.integer("windowError"), {}};
+        else if (event.field("titleError")) window = {S::titleError, event.integer("titleError"), {}};
+        else if (event.flag("notAnElement", false)) window = {S::notAnElement, 0, {}};
+        else window = {S::title, 0, event.text("title")};
     }
 
     MacActivityStore& store() { return *sharedStore(); }
@@ -251,14 +248,15 @@ private:
         }
         return store_;
     }
-    MacAppTracker& tracker_() {
+    MacAppTracker& tracker() {
         sharedStore();
-        if (!tracker) {
-            tracker = std::make_unique<MacAppTracker>(MacAppTracker::Dependencies{
+        if (!tracker_) {
+            tracker_ = std::make_unique<MacAppTracker>(MacAppTracker::Dependencies{
                 scheduler, scheduler, defaults, workspace, scripts, accessibility, idleClock, output});
         }
-        return *tracker;
+        return *tracker_;
     }
+    // 00000000-0000-4000-8000-000000000001 and on, so the output is the same on every run.
     Uuid nextUuid() {
         std::array<std::uint8_t, 16> bytes{};
         bytes[6] = 0x40;
@@ -280,7 +278,7 @@ private:
     ReplayIdleClock idleClock{scheduler};
     std::ostringstream output;
     std::shared_ptr<MacActivityStore> store_;
-    std::unique_ptr<MacAppTracker> tracker;
+    std::unique_ptr<MacAppTracker> tracker_;
     std::uint32_t uuidCount = 0;
 };
 
@@ -299,7 +297,7 @@ std::string runScenario(std::istream& input, const std::string& name) {
             element event;
             if (const auto error = parser.parse(text).get(event)) throw ScenarioError(simdjson::error_message(error));
             if (!event.is_object()) throw ScenarioError("a line must be one JSON object");
-            replay.line(event, first);
+            replay.line(Fields(event), first);
             first = false;
         } catch (const ScenarioError& error) {
             throw ScenarioError(name + ": line " + std::to_string(number) + ": " + error.what());
@@ -309,4 +307,3 @@ std::string runScenario(std::istream& input, const std::string& name) {
 }
 
 }  // namespace plenda
-

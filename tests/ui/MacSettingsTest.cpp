@@ -1,14 +1,8 @@
 #include "ui/MacSettings.h"
 #include "ui/MacSettingsView.h"
 
-#include "fakes/ScriptedAccessibility.h"
-#include "fakes/ScriptedIdleClock.h"
-#include "fakes/ScriptedScriptRunner.h"
-#include "fakes/ScriptedWorkspace.h"
 #include "platform/LoginItem.h"
 #include "tracking/BrowserTabs.h"
-#include "tracking/MacAppTracker.h"
-#include "ui/BundledIconProvider.h"
 #include "ui/ViewFixture.h"
 
 #include <QCheckBox>
@@ -27,37 +21,25 @@ public:
     bool enabled = false;
     std::optional<std::string> failure;
     bool isEnabled() const override { return enabled; }
-    std::optional<std::string> registerItem() override {
-        if (failure) return failure;
-        enabled = true;
-        return std::nullopt;
-    }
-    std::optional<std::string> unregisterItem() override {
-        if (failure) return failure;
-        enabled = false;
-        return std::nullopt;
-    }
+    std::optional<std::string> registerItem() override { return failure ? failure : (enabled = true, std::nullopt); }
+    std::optional<std::string> unregisterItem() override { return failure ? failure : (enabled = false, std::nullopt); }
 };
 
 class MacSettingsTest : public ViewFixture {
 protected:
-    ScriptedWorkspace workspace;
-    ScriptedScriptRunner scripts;
-    ScriptedAccessibility accessibility;
-    ScriptedIdleClock idleClock{scheduler};
     FakeLoginItem loginItem;
-    MacAppTracker tracker{{scheduler, scheduler, defaults, workspace, scripts, accessibility, idleClock, output}};
 
     std::unique_ptr<MacSettingsView> makeView() {
         return std::make_unique<MacSettingsView>(
             MacSettingsView::Dependencies{defaults, tracker, loginItem, accessibility, icons, output});
     }
-    std::vector<std::string> stored() const { return defaults.stringArray(MacSettings::ignoredKey).value_or(std::vector<std::string>{}); }
+    std::vector<std::string> stored() const {
+        return defaults.stringArray(MacSettings::ignoredKey).value_or(std::vector<std::string>{});
+    }
 };
 
-TEST_F(MacSettingsTest, FreshSettingsShowTheDefaults) {
-    const auto view = makeView();
-    EXPECT_EQ(view->size(), QSize(460, 330));
+TEST_F(MacSettingsTest, FreshSettingsShowTheDefaultsAndPickersWriteAtOnce) {
+    auto view = makeView();
     ASSERT_EQ(view->tabs()->count(), 3);
     EXPECT_EQ(view->tabs()->tabText(0), localized("mac.settings.general"));
     const auto& pickers = view->pickers();
@@ -68,11 +50,10 @@ TEST_F(MacSettingsTest, FreshSettingsShowTheDefaults) {
     EXPECT_EQ(pickers[0]->currentText(), localized("mac.minutes.5"));
     EXPECT_EQ(view->ignored(), std::vector<std::string>{"com.apple.loginwindow"});
     EXPECT_FALSE(view->addButton()->isEnabled());
-}
 
-TEST_F(MacSettingsTest, PickersWriteAtOnceAndUnknownValuesMatchNothing) {
+    // A stored value that no entry offers matches none.
     defaults.setDouble(MacSettings::idleThresholdKey, 45);
-    const auto view = makeView();
+    view = makeView();
     EXPECT_EQ(view->pickers()[0]->currentIndex(), -1);
     EXPECT_EQ(defaults.doubleValue(MacSettings::idleThresholdKey), 45) << "left stored as it was";
     view->pickers()[2]->activated(3);
@@ -83,6 +64,12 @@ TEST_F(MacSettingsTest, PickersWriteAtOnceAndUnknownValuesMatchNothing) {
 
 TEST_F(MacSettingsTest, AddingTrimsBlanksAndKeepsCaseAndOrder) {
     const auto view = makeView();
+    view->newIgnoredField()->setText(" \t ");
+    EXPECT_FALSE(view->addButton()->isEnabled());
+    view->addIgnored();
+    EXPECT_FALSE(defaults.object(MacSettings::ignoredKey)) << "blank text writes nothing";
+    EXPECT_EQ(MacSettings::trimBlanks(" a\n"), "a\n") << "line breaks are not blanks";
+
     view->newIgnoredField()->setText("  com.foo.bar\t ");
     EXPECT_TRUE(view->addButton()->isEnabled());
     view->addIgnored();
@@ -95,16 +82,6 @@ TEST_F(MacSettingsTest, AddingTrimsBlanksAndKeepsCaseAndOrder) {
     view->addIgnored();
     EXPECT_EQ(view->ignored().size(), 3u) << "already present";
     EXPECT_EQ(view->ignored(), stored());
-}
-
-TEST_F(MacSettingsTest, BlankTextAddsNothing) {
-    const auto view = makeView();
-    view->newIgnoredField()->setText(" \t ");
-    EXPECT_FALSE(view->addButton()->isEnabled());
-    view->addIgnored();
-    EXPECT_FALSE(defaults.object(MacSettings::ignoredKey)) << "nothing written";
-    // Line breaks are not blanks.
-    EXPECT_EQ(MacSettings::trimBlanks(" a\n"), "a\n");
 }
 
 TEST_F(MacSettingsTest, ListIsSortedAndRemovingTheLoginWindowStoresAnEmptyArray) {
@@ -132,41 +109,53 @@ TEST_F(MacSettingsTest, LoginToggleShowsTheRealStateAndReportsFailures) {
     EXPECT_EQ(output.str(), "Launch at login register failed: Operation not permitted\n");
 }
 
-struct PermissionCase {
-    const char* name;
-    std::optional<std::string> browserOutcome;
-    bool trusted;
-    const char* browserText;
-    const char* accessibilityText;
-};
-
-class PermissionRowsTest : public MacSettingsTest, public ::testing::WithParamInterface<PermissionCase> {};
-
-TEST_P(PermissionRowsTest, ShowAllowedOrAGrantButton) {
-    const auto& c = GetParam();
-    if (c.browserOutcome) defaults.setString(BrowserTabs::outcomeKey, *c.browserOutcome);
-    accessibility.trusted = c.trusted;
-    const auto view = makeView();
-    EXPECT_EQ(view->browserPermissionText(), localized(c.browserText));
-    EXPECT_EQ(view->accessibilityPermissionText(), localized(c.accessibilityText));
+TEST_F(MacSettingsTest, PermissionRowsShowAllowedOrAGrantButton) {
+    struct Case {
+        std::optional<std::string> browserOutcome;
+        bool trusted;
+        const char* browserText;
+        const char* accessibilityText;
+    };
+    const Case cases[] = {
+        {std::nullopt, true, "Allowed", "Allowed"},
+        {"denied -1743 com.apple.Safari", false, "mac.settings.grant.automation", "mac.settings.grant.accessibility"},
+        {"ok example.com", false, "Allowed", "mac.settings.grant.accessibility"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.browserOutcome.value_or("never asked"));
+        if (c.browserOutcome) defaults.setString(BrowserTabs::outcomeKey, *c.browserOutcome);
+        accessibility.trusted = c.trusted;
+        const auto view = makeView();
+        EXPECT_EQ(view->browserPermissionText(), localized(c.browserText));
+        EXPECT_EQ(view->accessibilityPermissionText(), localized(c.accessibilityText));
+        // Granting shows at the next draw.
+        accessibility.trusted = true;
+        view->refreshPermissions();
+        EXPECT_EQ(view->accessibilityPermissionText(), localized("Allowed"));
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Privacy, PermissionRowsTest,
-    ::testing::Values(
-        PermissionCase{"neverAsked", std::nullopt, true, "Allowed", "Allowed"},
-        PermissionCase{"denied", "denied -1743 com.apple.Safari", false, "mac.settings.grant.automation",
-                       "mac.settings.grant.accessibility"},
-        PermissionCase{"otherOutcome", "ok example.com", false, "Allowed", "mac.settings.grant.accessibility"}),
-    [](const auto& info) { return std::string(info.param.name); });
-
-TEST_F(MacSettingsTest, GrantingAccessibilityShowsAllowedAtTheNextDraw) {
+TEST_F(MacSettingsTest, TabPictures) {
+    defaults.setStringArray(MacSettings::ignoredKey, {"com.apple.loginwindow", "com.1password.1password"});
+    defaults.setString(BrowserTabs::outcomeKey, "denied -1743 com.apple.Safari");
     accessibility.trusted = false;
-    const auto view = makeView();
-    EXPECT_EQ(view->accessibilityPermissionText(), localized("mac.settings.grant.accessibility"));
-    accessibility.trusted = true;
-    view->refreshPermissions();
-    EXPECT_EQ(view->accessibilityPermissionText(), localized("Allowed"));
+    const std::pair<QPalette::ColorRole, QRgb> darkColours[] = {
+        {QPalette::Window, 0x1e1e20}, {QPalette::WindowText, 0xebebf0}, {QPalette::Base, 0x2c2c2e},
+        {QPalette::Text, 0xebebf0},   {QPalette::Button, 0x3a3a3c},     {QPalette::ButtonText, 0xebebf0},
+        {QPalette::PlaceholderText, 0x8c8c91}};
+    QPalette dark;
+    for (const auto& [role, rgb] : darkColours) dark.setColor(role, QColor(rgb));
+    for (const Appearance appearance : {Appearance::light, Appearance::dark}) {
+        setForcedAppearance(appearance);
+        app->setPalette(appearance == Appearance::dark ? dark : QPalette());
+        const auto view = makeView();
+        for (int tab = 0; tab < 3; ++tab) {
+            view->tabs()->setCurrentIndex(tab);
+            const char* suffix = appearance == Appearance::dark ? "dark" : "light";
+            saveRender(*view, QStringLiteral("settings-%1-%2.png").arg(tab).arg(suffix));
+        }
+    }
+    app->setPalette(QPalette());
 }
 
 }  // namespace

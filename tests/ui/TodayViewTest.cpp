@@ -1,12 +1,15 @@
 #include "ViewFixture.h"
 #include "ui/ActivityRow.h"
+#include "ui/DateTexts.h"
 #include "views/DayWindowLayout.h"
 #include "ui/SummaryContextMenu.h"
 #include "ui/SymbolButton.h"
 #include "ui/TodayView.h"
 #include "ui/TreemapView.h"
 
+#include <QFontMetricsF>
 #include <QScrollArea>
+#include <QScrollBar>
 
 namespace plenda {
 namespace {
@@ -28,12 +31,14 @@ protected:
         view.reset();
         ViewFixture::TearDown();
     }
-    TodayView& show() {
-        view = std::make_unique<TodayView>(
-            *store, scheduler, calendar, icons,
-            TodayView::Actions{[this] { ++syncCalls; }, [this] { ++settingsCalls; }});
+    // Shown (offscreen) and laid out, as the user sees it after the first turn of the loop.
+    TodayView& show(QSize size = {}) {
+        view = std::make_unique<TodayView>(*store, scheduler, calendar, icons,
+                                           TodayView::Actions{[this] { ++syncCalls; }, [this] { ++settingsCalls; }});
+        if (size.isValid()) view->resize(size);
         view->setAttribute(Qt::WA_DontShowOnScreen);
         view->show();
+        QCoreApplication::processEvents();
         return *view;
     }
 };
@@ -46,8 +51,7 @@ TEST_F(TodayViewTest, TodayHeaderTreemapAndList) {
     auto& v = show();
 
     EXPECT_EQ(v.windowTitle(), "Plenda");
-    EXPECT_GE(v.minimumWidth(), 720);
-    EXPECT_GE(v.minimumHeight(), 560);
+    EXPECT_TRUE(v.minimumWidth() >= 720 && v.minimumHeight() >= 560) << "smaller, the header and the treemap collide";
     EXPECT_EQ(v.titleText(), "Today");
     EXPECT_EQ(v.subtitleText(), "Mar 15, 2023 · 1h 55m tracked");
     EXPECT_FALSE(v.nextDayButton()->isEnabled());
@@ -61,46 +65,6 @@ TEST_F(TodayViewTest, TodayHeaderTreemapAndList) {
     EXPECT_EQ(v.rows()[1]->categoryText(), "Social");
     EXPECT_EQ(v.treemap()->tiles().size(), 2u);
     EXPECT_EQ(TreemapView::tooltipText(v.treemap()->tiles()[0].summary), "Xcode · 1h 25m");
-}
-
-TEST_F(TodayViewTest, ChildGeometryFollowsTheDayWindowLayout) {
-    begin(at(2023, 3, 15, 18));
-    add("Xcode", C::work, at(2023, 3, 15, 9), 60);
-    auto& v = show();
-    for (const QSize size : {QSize(720, 560), QSize(1200, 900), QSize(900, 1300)}) {
-        v.resize(size);
-        const DayWindowLayout layout = dayWindowLayout(size.height());
-        const QRectF content = v.treemap()->contentRect().translated(v.treemap()->pos());
-        EXPECT_NEAR(content.x(), 24, 0.5);
-        EXPECT_NEAR(content.y(), 92, 0.5);
-        EXPECT_NEAR(content.width(), size.width() - 48, 1);
-        EXPECT_NEAR(content.height(), layout.treemapHeight, 1);
-        EXPECT_NEAR(v.list()->y(), 92 + layout.treemapHeight + 8, 1);
-        EXPECT_NEAR(v.list()->geometry().bottom() + 1, size.height(), 1);
-        // The header's controls stay inside the header band, right-aligned.
-        for (SymbolButton* b : {v.previousDayButton(), v.nextDayButton(), v.syncButton(), v.settingsButton()}) {
-            EXPECT_GE(b->y(), 16);
-            EXPECT_LE(b->geometry().bottom(), 92 - 8);
-        }
-        EXPECT_EQ(v.settingsButton()->geometry().right() + 1, size.width() - 24);
-        EXPECT_LT(v.previousDayButton()->x(), v.nextDayButton()->x());
-        EXPECT_LT(v.nextDayButton()->geometry().right(), v.syncButton()->x());
-        const auto rows = v.rows();
-        ASSERT_EQ(rows.size(), 1u);
-        EXPECT_EQ(rows[0]->height(), ActivityRow::rowHeight);
-        EXPECT_NEAR(rows[0]->cardRect().width(), v.list()->viewport()->width() - 48, 1);
-    }
-}
-
-TEST_F(TodayViewTest, EmptyDayShowsTheEmptyState) {
-    begin(at(2023, 3, 15, 18));
-    auto& v = show();
-    EXPECT_TRUE(v.isShowingEmptyState());
-    EXPECT_TRUE(v.treemap()->isHidden());
-    EXPECT_TRUE(v.list()->isHidden());
-    EXPECT_FALSE(v.previousDayButton()->isEnabled()) << "no blocks at all";
-    EXPECT_FALSE(v.nextDayButton()->isEnabled());
-    EXPECT_EQ(v.subtitleText(), "Mar 15, 2023 · <1m tracked");
 }
 
 TEST_F(TodayViewTest, SteppingDaysFollowsEarliestBlockInstant) {
@@ -144,27 +108,16 @@ TEST_F(TodayViewTest, ContextMenuRecategorisesAndDeletes) {
     add("Xcode", C::work, at(2023, 3, 15, 9), 65);
     add("Mail", C::chores, at(2023, 3, 15, 10), 5);
     auto& v = show();
-    const MacActivitySummary xcode = v.rows()[0]->summary();
-
-    SummaryContextMenu menu(xcode, *store);
-    const auto actions = menu.actions();
-    ASSERT_EQ(actions.size(), 6);
-    EXPECT_EQ(actions[0]->text(), "Xcode");
-    EXPECT_FALSE(actions[0]->isEnabled());
-    EXPECT_EQ(actions[1]->text(), "Work · 1h 5m");
-    EXPECT_TRUE(actions[2]->isSeparator());
-    EXPECT_EQ(actions[3]->text(), "Category");
-    EXPECT_TRUE(actions[4]->isSeparator());
-    EXPECT_EQ(actions[5]->text(), "Delete");
+    SummaryContextMenu menu(v.rows()[0]->summary(), *store);
+    QStringList texts;
+    for (QAction* a : menu.actions()) texts << (a->isSeparator() ? "-" : a->text());
+    EXPECT_EQ(texts, (QStringList{"Xcode", "Work · 1h 5m", "-", "Category", "-", "Delete"}));
+    EXPECT_FALSE(menu.actions()[0]->isEnabled());
 
     const auto categories = menu.categoryMenu()->actions();
-    ASSERT_EQ(categories.size(), 10);
-    QStringList names;
-    for (QAction* a : categories) {
-        names << a->text();
-        EXPECT_EQ(a->isChecked(), a->text() == "Work") << a->text().toStdString();
-    }
-    EXPECT_EQ(names, (QStringList{"Mind", "Body", "Work", "Social", "Self-care", "Meals", "Entertainment", "Chores",
+    QStringList names;  // the checked one marked
+    for (QAction* a : categories) names << a->text() + (a->isChecked() ? " ✓" : "");
+    ASSERT_EQ(names, (QStringList{"Mind", "Body", "Work ✓", "Social", "Self-care", "Meals", "Entertainment", "Chores",
                                   "Commute", "Sleep"}));
 
     categories[0]->trigger();  // Mind
@@ -181,17 +134,148 @@ TEST_F(TodayViewTest, ContextMenuRecategorisesAndDeletes) {
 TEST_F(TodayViewTest, AppearanceFollowsThePaletteUnlessForced) {
     begin(at(2023, 3, 15, 18));
     auto& v = show();
-    QPalette dark = v.palette();
-    dark.setColor(QPalette::Window, QColor(30, 30, 34));
-    v.setPalette(dark);
-    EXPECT_EQ(appearanceOf(v), Appearance::dark);
-    QPalette light = v.palette();
-    light.setColor(QPalette::Window, QColor(236, 236, 236));
-    v.setPalette(light);
-    EXPECT_EQ(appearanceOf(v), Appearance::light);
+    for (const auto& [window, appearance] : {std::pair{QColor(30, 30, 34), Appearance::dark},
+                                             std::pair{QColor(236, 236, 236), Appearance::light}}) {
+        QPalette palette = v.palette();
+        palette.setColor(QPalette::Window, window);
+        v.setPalette(palette);
+        EXPECT_EQ(appearanceOf(v), appearance);
+    }
     setForcedAppearance(Appearance::dark);
     EXPECT_EQ(appearanceOf(v), Appearance::dark);
 }
+
+TEST(DateTexts, LocaleAwareNamesDatesAndSpans) {
+    const LocalTime monday{.year = 2026, .month = 11, .day = 16, .hour = 9, .minute = 5, .second = 0, .weekday = 2};
+    const LocalTime later{.year = 2026, .month = 11, .day = 16, .hour = 22, .minute = 40, .second = 0, .weekday = 2};
+    const QLocale us(QLocale::English, QLocale::UnitedStates);
+    const QLocale german(QLocale::German, QLocale::Germany);
+
+    EXPECT_EQ(fullWeekdayName(monday, us), "Monday");
+    EXPECT_EQ(fullWeekdayName(monday, german), "Montag");
+    EXPECT_EQ(abbreviatedDate(monday, us), "Nov 16, 2026");
+    const QString germanDate = abbreviatedDate(monday, german);
+    EXPECT_TRUE(germanDate.startsWith("16.")) << germanDate.toStdString();
+    EXPECT_TRUE(germanDate.endsWith("2026")) << germanDate.toStdString();
+    EXPECT_FALSE(germanDate.contains("Montag")) << germanDate.toStdString();
+    EXPECT_FALSE(germanDate.contains("November")) << germanDate.toStdString();
+
+    const QString span = timeSpan(monday, later, us);
+    EXPECT_TRUE(span.startsWith("9:05")) << span.toStdString();
+    EXPECT_TRUE(span.contains(QChar(0x2013)));
+    EXPECT_FALSE(span.contains(QStringLiteral(" \u2013"))) << "no spaces around the dash";
+    EXPECT_TRUE(span.endsWith("PM")) << span.toStdString();
+    EXPECT_EQ(timeSpan(monday, later, german), QStringLiteral("09:05\u201322:40"));
+    EXPECT_EQ(timeSpan(monday, later, QLocale::c()), QStringLiteral("09:05\u201322:40")) << "no seconds";
+}
+
+// The day window drawn into PNG files for people to look at (build/…/renders),
+// checked for collisions and for following the day window's layout.
+struct RenderCase {
+    const char* day;
+    Appearance appearance;
+    QSize size;
+};
+
+class DayWindowRender : public TodayViewTest, public ::testing::WithParamInterface<RenderCase> {
+protected:
+    void fill(const std::string& day) {
+        struct Activity { const char* title; C category; int hour, minute; double minutes; };
+        const Activity activities[] = {
+            {"Xcode · plenda", C::work, 8, 40, 95},         {"Xcode · plenda", C::work, 13, 10, 70},
+            {"Xcode · plenda", C::work, 15, 30, 35},        {"github.com", C::work, 10, 20, 48},
+            {"Slack", C::social, 11, 15, 31},                {"Slack", C::social, 16, 10, 21},
+            {"Mail", C::chores, 8, 5, 34},                   {"Terminal · plenda", C::work, 12, 5, 41},
+            {"music.apple.com", C::entertainment, 12, 50, 19}, {"Notes", C::mind, 17, 0, 18},
+            {"Figma", C::work, 14, 40, 27},                  {"Calendar", C::chores, 9, 0, 9},
+            {"Messages", C::social, 16, 40, 6},              {"youtube.com", C::entertainment, 17, 25, 12},
+        };
+        if (day == "full")
+            for (const Activity& a : activities) add(a.title, a.category, at(2023, 3, 15, a.hour, a.minute), a.minutes);
+        if (day == "single") add("Xcode · plenda", C::work, at(2023, 3, 15, 9, 5), 95);
+    }
+};
+
+TEST_P(DayWindowRender, DrawsWithoutCollisions) {
+    const RenderCase& c = GetParam();
+    begin(at(2023, 3, 15, 18, 30));
+    fill(c.day);
+    setForcedAppearance(c.appearance);
+    TodayView& v = show(c.size);
+    ASSERT_EQ(v.size(), c.size);
+    const char* appearance = c.appearance == Appearance::dark ? "dark" : "light";
+    saveRender(v, QStringLiteral("day-%1-%2-%3x%4.png").arg(c.day, appearance).arg(c.size.width()).arg(
+                      c.size.height()));
+
+    // The title and subtitle end before the day buttons; the buttons stay in the header band,
+    // right-aligned, in order.
+    const QFontMetricsF title(roundedFont(34, QFont::Bold)), subtitle(systemFont(14, QFont::Medium));
+    const double textRight =
+        24 + std::max(title.horizontalAdvance(v.titleText()), subtitle.horizontalAdvance(v.subtitleText()));
+    EXPECT_LT(textRight + 8, v.previousDayButton()->x());
+    const SymbolButton* buttons[] = {v.previousDayButton(), v.nextDayButton(), v.syncButton(), v.settingsButton()};
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_GE(buttons[i]->y(), 16);
+        EXPECT_LE(buttons[i]->geometry().bottom(), 92 - 8);
+        if (i > 0) {
+            EXPECT_LT(buttons[i - 1]->geometry().right(), buttons[i]->x());
+        }
+    }
+    EXPECT_EQ(v.settingsButton()->geometry().right() + 1, c.size.width() - 24);
+    // The thin scrollbar shows exactly when the rows do not fit.
+    const bool overflows = v.list()->widget()->height() > v.list()->viewport()->height();
+    EXPECT_EQ(v.scroller()->isVisible(), !v.isShowingEmptyState() && overflows);
+
+    if (std::string(c.day) == "empty") {
+        EXPECT_TRUE(v.isShowingEmptyState());
+        EXPECT_TRUE(v.treemap()->isHidden());
+        EXPECT_TRUE(v.list()->isHidden());
+        EXPECT_FALSE(v.previousDayButton()->isEnabled()) << "no blocks at all";
+        EXPECT_FALSE(v.nextDayButton()->isEnabled());
+        EXPECT_EQ(v.subtitleText(), "Mar 15, 2023 · <1m tracked");
+        return;
+    }
+    // The treemap and the list take their bands.
+    const DayWindowLayout layout = dayWindowLayout(c.size.height());
+    const auto expectAt = [](const QRectF& actual, const LayoutRect& r) {
+        EXPECT_NEAR(actual.x(), r.x, 1);
+        EXPECT_NEAR(actual.y(), r.y, 1);
+        EXPECT_NEAR(actual.width(), r.width, 1);
+        EXPECT_NEAR(actual.height(), r.height, 1);
+    };
+    expectAt(v.treemap()->contentRect().translated(v.treemap()->pos()), layout.treemapRect(c.size.width()));
+    expectAt(v.list()->geometry(), layout.listRect(c.size.width()));
+    // Every tile label fits its tile.
+    for (const TreemapTile& tile : v.treemap()->tiles()) {
+        if (!tile.showsTitle()) continue;
+        const double needed = 16 + QFontMetricsF(roundedFont(12, QFont::DemiBold)).height() +
+                              (tile.showsDuration() ? QFontMetricsF(systemFont(11, QFont::Medium)).height() : 0);
+        EXPECT_LE(needed, tile.frame.height + 0.5) << tile.summary.title;
+    }
+    // Rows are cards inset from the list's sides, one below the other.
+    const auto rows = v.rows();
+    ASSERT_FALSE(rows.empty());
+    EXPECT_NEAR(rows[0]->cardRect().width(), v.list()->viewport()->width() - 48, 1);
+    for (std::size_t i = 1; i < rows.size(); ++i) EXPECT_EQ(rows[i]->y(), rows[i - 1]->geometry().bottom() + 1);
+    if (std::string(c.day) == "full") {
+        EXPECT_EQ(v.treemap()->tiles().size(), 8u);
+        EXPECT_TRUE(v.treemap()->tiles().back().summary.isAggregate);
+        EXPECT_EQ(rows.size(), 11u);
+    }
+}
+
+std::vector<RenderCase> allCases() {
+    std::vector<RenderCase> cases;
+    for (const char* day : {"full", "single", "empty"})
+        for (Appearance a : {Appearance::light, Appearance::dark})
+            for (QSize size : {QSize(720, 560), QSize(1200, 900)}) cases.push_back({day, a, size});
+    return cases;
+}
+
+INSTANTIATE_TEST_SUITE_P(Days, DayWindowRender, ::testing::ValuesIn(allCases()), [](const auto& info) {
+    return std::string(info.param.day) + (info.param.appearance == Appearance::dark ? "Dark" : "Light") +
+           std::to_string(info.param.size.width());
+});
 
 }  // namespace
 }  // namespace plenda

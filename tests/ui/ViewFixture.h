@@ -1,20 +1,29 @@
 #pragma once
 
+#include "fakes/ScriptedAccessibility.h"
+#include "fakes/ScriptedIdleClock.h"
+#include "fakes/ScriptedScriptRunner.h"
+#include "fakes/ScriptedWorkspace.h"
 #include "fakes/StoreFixture.h"
 #include "platform/qt/QtStringTable.h"
+#include "tracking/MacAppTracker.h"
 #include "ui/BundledIconProvider.h"
 #include "ui/Translations.h"
 #include "ui/ViewStyle.h"
-#include "sync/MacCloudSync.h"
-#include "tracking/CategoryRules.h"
 
 #include <QApplication>
+#include <QDir>
+#include <QImage>
 #include <QLocale>
+#include <QWidget>
+
+#include <set>
 
 namespace plenda {
 
-// A store on virtual time plus a widget application with the English string
-// table, a US English locale and the bundled symbols.
+// A store on virtual time, a tracker that is never started, and a widget
+// application with the English string table, a US English locale and the
+// bundled symbols.
 class ViewFixture : public StoreFixture {
 protected:
     int argc = 1;
@@ -23,6 +32,11 @@ protected:
     std::unique_ptr<QApplication> app;
     BundledIconProvider icons;
     QtStringTable texts;
+    ScriptedWorkspace workspace;
+    ScriptedScriptRunner scripts;
+    ScriptedAccessibility accessibility;
+    ScriptedIdleClock idleClock{scheduler};
+    MacAppTracker tracker{{scheduler, scheduler, defaults, workspace, scripts, accessibility, idleClock, output}};
 
     void SetUp() override {
         cloudSyncDisabled = true;
@@ -49,6 +63,26 @@ protected:
 
     void add(const std::string& title, MacBlockCategory category, Date start, double minutes) {
         store->upsert(makeBlock(title, category, start, start + minutes * 60));
+    }
+
+    // Saves the widget's picture under build/…/renders for people to look at.
+    // A picture of a few flat colours, or mostly transparent, shows nothing.
+    static void saveRender(QWidget& widget, const QString& file, bool drawn = true) {
+        const QImage picture = widget.grab().toImage();
+        QDir().mkpath(QStringLiteral(PLENDA_RENDER_DIR));
+        EXPECT_TRUE(picture.save(QStringLiteral(PLENDA_RENDER_DIR "/") + file)) << file.toStdString();
+        std::set<QRgb> colours;
+        int samples = 0, opaque = 0;
+        for (int y = 0; y < picture.height(); y += 2) {
+            for (int x = 0; x < picture.width(); x += 2, ++samples) {
+                colours.insert(picture.pixel(x, y));
+                opaque += qAlpha(picture.pixel(x, y)) == 255;
+            }
+        }
+        if (drawn) {
+            EXPECT_GT(colours.size(), 8u) << file.toStdString() << " is blank";
+            EXPECT_GT(opaque, samples * 3 / 4) << file.toStdString() << " is mostly transparent";
+        }
     }
 };
 
