@@ -72,9 +72,26 @@ jq -j '.[] | .directory, "\u0000", .file, "\u0000", .command, "\u0000"' "$db" |
 set -e
 cat "$log"
 
+# The bundle's generated Info.plist must claim the version the code is
+# compiled for, and the ad hoc signature may carry no entitlement that needs a
+# provisioning profile (macOS would refuse to launch the app).
+target=$(sed -n 's/^CMAKE_OSX_DEPLOYMENT_TARGET:STRING=//p' "$build/CMakeCache.txt")
+plist=$(find "$build" -path '*/Plenda.app/Contents/Info.plist' | head -1)
+bundle_ok=1
+minimum=$(sed -n '/<key>LSMinimumSystemVersion<\/key>/{n;s/.*<string>\(.*\)<\/string>.*/\1/p}' "$plist" 2>/dev/null)
+if [ "$minimum" != "$target" ] || grep -q '\${' "$plist"; then
+  echo "FAIL Info.plist: LSMinimumSystemVersion '$minimum' for deployment target $target, or a value left unfilled"
+  bundle_ok=0
+fi
+adhoc=$(sed -n 's/^.*--entitlements \([^ ]*\) .*$/\1/p' "$build/build.ninja" | head -1)
+if [ ! -f "$adhoc" ] || grep -q 'com\.apple\.developer\.' "$adhoc"; then
+  echo "FAIL ad hoc signing uses '$adhoc', which must exist and claim no com.apple.developer entitlement"
+  bundle_ok=0
+fi
+
 total=$(jq length "$db")
 failed=$(grep -c '^FAIL ' "$log" || true)
 errors=$(grep -c ': error: ' "$log" || true)
 checked=$(grep -c -E '^(ok|FAIL) ' "$log" || true)
-echo "macos: $checked of $total files type-checked for arm64-apple-macos$(sed -n 's/^CMAKE_OSX_DEPLOYMENT_TARGET:STRING=//p' "$build/CMakeCache.txt"), $failed failed, $errors errors"
-[ "$checked" -eq "$total" ] && [ "$failed" -eq 0 ]
+echo "macos: $checked of $total files type-checked for arm64-apple-macos$target, $failed failed, $errors errors"
+[ "$checked" -eq "$total" ] && [ "$failed" -eq 0 ] && [ "$bundle_ok" -eq 1 ]
