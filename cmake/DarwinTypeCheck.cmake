@@ -36,19 +36,23 @@ set(_host "${CMAKE_BINARY_DIR}/host-root")
 set(_multiarch x86_64-linux-gnu)
 if(NOT CMAKE_IN_TRY_COMPILE)
   file(MAKE_DIRECTORY "${_host}/usr/include" "${_host}/usr/lib/${_multiarch}/cmake")
-  foreach(f unicode simdjson.h sqlite3.h sqlite3ext.h)
+  foreach(f unicode simdjson.h sqlite3.h sqlite3ext.h gtest gmock)
     file(CREATE_LINK "/usr/include/${f}" "${_host}/usr/include/${f}" SYMBOLIC)
   endforeach()
   file(GLOB _libs /usr/lib/${_multiarch}/libicu*.so* /usr/lib/${_multiarch}/libsimdjson.so*
-                  /usr/lib/${_multiarch}/libsqlite3.so*)
+                  /usr/lib/${_multiarch}/libsqlite3.so* /usr/lib/${_multiarch}/libg[tm]*.a)
   foreach(f IN LISTS _libs)
     get_filename_component(n "${f}" NAME)
     file(CREATE_LINK "${f}" "${_host}/usr/lib/${n}" SYMBOLIC)
     file(CREATE_LINK "${f}" "${_host}/usr/lib/${_multiarch}/${n}" SYMBOLIC)
   endforeach()
-  # simdjson's package file places its headers relative to its own real path,
-  # so it is copied, not linked.
-  file(COPY "/usr/lib/${_multiarch}/cmake/simdjson" DESTINATION "${_host}/usr/lib/${_multiarch}/cmake")
+  # These package files place their headers relative to their own real path,
+  # so they are copied, not linked.
+  foreach(package simdjson GTest)
+    if(EXISTS "/usr/lib/${_multiarch}/cmake/${package}")
+      file(COPY "/usr/lib/${_multiarch}/cmake/${package}" DESTINATION "${_host}/usr/lib/${_multiarch}/cmake")
+    endif()
+  endforeach()
 endif()
 
 set(CMAKE_FIND_ROOT_PATH "${_host}" "${CMAKE_OSX_SYSROOT}")
@@ -57,6 +61,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE BOTH)
 set(simdjson_DIR "${_host}/usr/lib/${_multiarch}/cmake/simdjson" CACHE PATH "")
+set(GTest_DIR "${_host}/usr/lib/${_multiarch}/cmake/GTest" CACHE PATH "")
 # moc's outputs are generated without first building what the target links.
 set(CMAKE_AUTOGEN_ORIGIN_DEPENDS OFF)
 # Qt's headers live in their own folder and its tools (moc, rcc, lrelease) run on the host.

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Type-checks every source of the macOS build on Linux: clang's Darwin target
-# with -fsyntax-only, against the macOS 14 SDK subset of ../shared/tools/macos
-# (Apple's libc++ included) and the host's Qt headers. Nothing is linked or run.
+# Type-checks every source of the macOS build, the app's and the tests', on
+# Linux: clang's Darwin target with -fsyntax-only, against the macOS 14 SDK
+# subset of ../shared/tools/macos (Apple's libc++ included) and the host's Qt
+# headers. Nothing is linked or run.
 #
 # The sources and every flag come from CMake: the project is configured with
 # cmake/DarwinTypeCheck.cmake as toolchain (preset macos-typecheck), where
@@ -31,8 +32,7 @@ export PLENDA_MACOS_SDK=${PLENDA_MACOS_SDK:-/tmp/macsdk}
 "$tools/setup-sdk"
 
 build=build/macos-typecheck
-[ -f "$build/CMakeCache.txt" ] || cmake --preset macos-typecheck >/dev/null
-cmake --build "$build" --target help >/dev/null # regenerates when a CMake file changed
+cmake --preset macos-typecheck >/dev/null
 db="$build/compile_commands.json"
 
 # Qt's generated sources run the host's moc, rcc and lrelease. moc is run
@@ -93,5 +93,6 @@ total=$(jq length "$db")
 failed=$(grep -c '^FAIL ' "$log" || true)
 errors=$(grep -c ': error: ' "$log" || true)
 checked=$(grep -c -E '^(ok|FAIL) ' "$log" || true)
-echo "macos: $checked of $total files type-checked for arm64-apple-macos$target, $failed failed, $errors errors"
+tests=$(jq '[.[] | select(.file | test("/(tests|fuzz|bench)/"))] | length' "$db")
+echo "macos: $checked of $total files type-checked for arm64-apple-macos$target ($((total - tests)) of the app, $tests tests and fuzz targets), $failed failed, $errors errors"
 [ "$checked" -eq "$total" ] && [ "$failed" -eq 0 ] && [ "$bundle_ok" -eq 1 ]
