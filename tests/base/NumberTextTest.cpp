@@ -40,21 +40,39 @@ double bitsToDouble(std::uint64_t bits) {
 
 // The block file must read back to the bit; where the library has the
 // floating-point to_chars, the text is also exactly what it writes.
-TEST(ShortestTextRoundTrip, ReadsBackToTheBitAndMatchesTheLibrary) {
+void expectExactAndShortest(double value) {
+    const std::string text = shortestText(value);
+    const auto back = parseDecimal(text);
+    ASSERT_TRUE(back) << text;
+    ASSERT_EQ(std::memcmp(&*back, &value, sizeof value), 0) << text;
+#if __cpp_lib_to_chars >= 201611L
+    char buffer[32];
+    const auto written = std::to_chars(buffer, buffer + sizeof buffer, value);
+    ASSERT_EQ(text, std::string(buffer, written.ptr));
+#endif
+}
+
+TEST(ShortestTextRoundTrip, RandomValuesOfEveryMagnitude) {
     std::mt19937_64 random(20261123);
     for (int i = 0; i < 100000; ++i) {
+        // Any bit pattern; and values like times and durations, with fractions.
         const double value = i % 2 ? bitsToDouble(random())
                                    : std::ldexp(double(random() >> 11), int(random() % 120) - 60);
-        if (!std::isfinite(value)) continue;
-        const std::string text = shortestText(value);
-        const auto back = parseDecimal(text);
-        ASSERT_TRUE(back) << text;
-        ASSERT_EQ(std::memcmp(&*back, &value, sizeof value), 0) << text;
-#if __cpp_lib_to_chars >= 201611L
-        char buffer[32];
-        const auto written = std::to_chars(buffer, buffer + sizeof buffer, value);
-        ASSERT_EQ(text, std::string(buffer, written.ptr));
-#endif
+        if (std::isfinite(value)) {
+            ASSERT_NO_FATAL_FAILURE(expectExactAndShortest(value));
+        }
+    }
+}
+
+// Below a power of two the gap to the next lower value is half as wide, so
+// the nearest short decimal may miss while the one across the value fits.
+TEST(ShortestTextRoundTrip, PowersOfTwoAndTheirNeighbours) {
+    for (int exponent = -1074; exponent <= 1023; ++exponent) {
+        const double power = std::ldexp(1.0, exponent);
+        for (const double value : {power, std::nextafter(power, 0.0), std::nextafter(power, HUGE_VAL)})
+            if (std::isfinite(value) && value != 0) {
+                ASSERT_NO_FATAL_FAILURE(expectExactAndShortest(value));
+            }
     }
 }
 
