@@ -1,6 +1,7 @@
 #include "base/NumberText.h"
 
 #include <algorithm>
+#include <charconv>
 #include <clocale>
 #include <cmath>
 #include <cstdint>
@@ -83,11 +84,10 @@ std::optional<Digits> digitsExact(double value) {
     // even. Below a power of two the lower neighbour is half as far.
     const Wide lowerGap = fraction == 0 && biased > 1 ? 1 : 2;
     const bool inclusive = m % 2 == 0;
-    const Wide four = Wide(m) * 4;
-    Wide scale = 1;
+    // The value and its bounds times 10^k, in units of 2^(e-2).
+    Wide center = Wide(m) * 4, low = center - lowerGap, high = center + 2;
     for (int k = 1; k <= 21; ++k) {  // the fewest decimals first
-        scale *= 10;
-        const Wide center = four * scale, low = (four - lowerGap) * scale, high = (four + 2) * scale;
+        center *= 10, low *= 10, high *= 10;
         const auto inside = [&](Wide n) {
             const Wide x = n << shift;
             return inclusive ? x >= low && x <= high : x > low && x < high;
@@ -147,7 +147,7 @@ Digits digitsByPrinting(double value) {
 
 }  // namespace
 
-std::string shortestText(double value) {
+std::string shortestTextByDigits(double value) {
     const bool negative = std::signbit(value);
     const double magnitude = std::fabs(value);
     Digits found;
@@ -196,6 +196,17 @@ std::string shortestText(double value) {
         text.append(digits, std::size_t(count));
     }
     return text;
+}
+
+std::string shortestText(double value) {
+#if __cpp_lib_to_chars >= 201611L
+    // The library's own, where it has it: three times as fast.
+    char buffer[32];
+    const auto written = std::to_chars(buffer, buffer + sizeof buffer, value);
+    return std::string(buffer, written.ptr);
+#else
+    return shortestTextByDigits(value);
+#endif
 }
 
 std::optional<double> parseDecimal(std::string_view text) {
