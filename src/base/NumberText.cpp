@@ -5,10 +5,10 @@
 #include <clocale>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
-#include <optional>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <optional>
 #include <locale.h>
 #if defined(__APPLE__)
 #include <xlocale.h>
@@ -36,10 +36,6 @@ private:
 };
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
-
-}  // namespace
-
-namespace {
 
 // The shortest significant digits of a finite value > 0 that read back as
 // that value, and the decimal exponent of the first digit. Among candidates
