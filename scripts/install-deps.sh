@@ -13,6 +13,8 @@ packages=(
   # The sanitizer builds and libFuzzer; llvm-19 symbolizes their reports,
   # which the ThreadSanitizer suppressions need.
   clang-19 libclang-rt-19-dev llvm-19
+  # The macOS type-check reads CMake's compile_commands.json.
+  jq
 )
 
 missing=()

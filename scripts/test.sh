@@ -1,11 +1,14 @@
 #!/usr/bin/env bash
 # Builds Plenda and runs every test, from a fresh Debian 12 machine:
-# installs what is missing, then three builds, each configured once:
+# installs what is missing, then three builds and a type-check, each configured once:
 #   debug  every test (CTest under a virtual X display; tests that need a
 #          window manager start their own),
 #   asan   every test again under AddressSanitizer and UBSan, plus each fuzz
 #          target fuzzing for PLENDA_FUZZ_SECONDS (default 10),
-#   tsan   the threaded tests under ThreadSanitizer.
+#   tsan   the threaded tests under ThreadSanitizer,
+#   macos  every source of the macOS build type-checked for macOS with the
+#          SDK subset of ../shared/tools/macos (scripts/macos-typecheck.sh;
+#          skipped, and says so, where ../shared is absent).
 # PLENDA_PRESET=<name> runs one of them only. Non-interactive and idempotent.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -49,8 +52,12 @@ run_tsan() {
     xvfb ctest --test-dir build/tsan --output-on-failure -R '^plenda_thread_tests$'
 }
 
+run_macos() {
+  bash scripts/macos-typecheck.sh
+}
+
 start=$SECONDS
-for preset in ${PLENDA_PRESET:-debug asan tsan}; do
+for preset in ${PLENDA_PRESET:-debug asan tsan macos}; do
   echo "== $preset"
   "run_$preset"
 done

@@ -1,6 +1,7 @@
 #include "app/DayReport.h"
 
 #include "base/JsonWriter.h"
+#include "base/NumberText.h"
 #include "model/MacActivityStore.h"
 #include "model/MacDayBlockJson.h"
 #include "platform/Defaults.h"
@@ -20,7 +21,6 @@
 #include <QDate>
 #include <QPixmap>
 
-#include <charconv>
 #include <cstdio>
 #include <iomanip>
 #include <iostream>
@@ -61,9 +61,8 @@ private:
 };
 
 std::optional<double> positive(std::string_view text) {
-    double value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size() || value <= 0) return std::nullopt;
+    const auto value = parseDecimal(text);
+    if (!value || *value <= 0) return std::nullopt;
     return value;
 }
 

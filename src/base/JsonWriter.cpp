@@ -1,6 +1,7 @@
 #include "base/JsonWriter.h"
 
-#include <charconv>
+#include "base/NumberText.h"
+
 #include <cmath>
 
 namespace plenda {
@@ -112,9 +113,7 @@ void JsonWriter::number(double value) {
         text_ += "null";
         return;
     }
-    char buffer[32];
-    const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
-    text_.append(buffer, result.ptr);
+    text_ += shortestText(value);
 }
 
 void JsonWriter::boolean(bool value) {

@@ -25,7 +25,11 @@ public:
     std::string string() const;
     const std::array<std::uint8_t, 16>& bytes() const { return bytes_; }
 
-    auto operator<=>(const Uuid&) const = default;
+    // Byte by byte, as unsigned values (std::array has no <=> in every
+    // standard library Plenda builds with).
+    std::strong_ordering operator<=>(const Uuid& other) const {
+        return std::memcmp(bytes_.data(), other.bytes_.data(), 16) <=> 0;
+    }
     // Fixed-size compare: cheap enough to scan every block by id.
     bool operator==(const Uuid& other) const {
         return std::memcmp(bytes_.data(), other.bytes_.data(), 16) == 0;

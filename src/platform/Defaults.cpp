@@ -1,7 +1,9 @@
 #include "platform/Defaults.h"
 
+#include "base/NumberText.h"
+
 #include <cctype>
-#include <charconv>
+#include <cmath>
 #include <cstdlib>
 
 namespace plenda {
@@ -31,8 +33,8 @@ double Defaults::doubleValue(std::string_view key) const {
                           [](double v) { return v; },
                           [](const std::string& v) {
                               const std::string text(skipBlanks(v));
-                              char* end = nullptr;
-                              const double parsed = std::strtod(text.c_str(), &end);
+                              const char* end = nullptr;
+                              const double parsed = parseLeadingNumber(text.c_str(), &end);
                               return end == text.c_str() ? 0.0 : parsed;
                           },
                           [](const auto&) { return 0.0; },
@@ -65,9 +67,9 @@ std::optional<std::string> Defaults::string(std::string_view key) const {
                           [](const std::string& v) -> std::optional<std::string> { return v; },
                           [](bool v) -> std::optional<std::string> { return v ? "1" : "0"; },
                           [](double v) -> std::optional<std::string> {
-                              char buffer[32];
-                              const auto r = std::to_chars(buffer, buffer + sizeof buffer, v);
-                              return std::string(buffer, r.ptr);
+                              if (std::isnan(v)) return "nan";
+                              if (std::isinf(v)) return v < 0 ? "-inf" : "inf";
+                              return shortestText(v);
                           },
                           [](const auto&) -> std::optional<std::string> { return std::nullopt; },
                       },

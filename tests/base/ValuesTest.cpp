@@ -45,6 +45,19 @@ TEST(Uuid, RandomIdsAreVersion4AndDistinct) {
     EXPECT_EQ(Uuid::parse(a.string()), a);
 }
 
+// Ids order as their canonical texts do: the first differing byte decides,
+// read as unsigned.
+TEST(Uuid, OrdersLikeItsText) {
+    const char* ordered[] = {"00000000-0000-0000-0000-000000000000", "00000000-0000-0000-0000-0000000000FF",
+                             "00000000-0000-0000-0001-000000000000", "7F000000-0000-0000-0000-000000000000",
+                             "80000000-0000-0000-0000-000000000000", "FFFFFFFF-FFFF-FFFF-FFFF-FFFFFFFFFFFE"};
+    for (const char* a : ordered)
+        for (const char* b : ordered) {
+            const auto ordering = *Uuid::parse(a) <=> *Uuid::parse(b);
+            EXPECT_EQ(ordering, std::string_view(a) <=> std::string_view(b)) << a << " " << b;
+        }
+}
+
 TEST(Date, ReferenceInstantAndUtcText) {
     EXPECT_EQ(isoUtcText(Date(0)), "2001-01-01T00:00:00Z");
     EXPECT_EQ(isoUtcText(Date(700000000)), "2023-03-08T20:26:40Z");

@@ -1,23 +1,19 @@
 #include "platform/qt/QtScreens.h"
 
+#include "base/NumberText.h"
+
 #include <QGuiApplication>
 #include <QObject>
 #include <QScreen>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdlib>
 
 namespace plenda {
 
 namespace {
 
-std::optional<double> number(std::string_view text) {
-    double value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-    return value;
-}
+std::optional<double> number(std::string_view text) { return parseDecimal(text); }
 
 }  // namespace
 
