@@ -52,6 +52,19 @@ public:
 
 }  // namespace
 
+MacAppTracker::Dependencies trackerDependencies(PlatformServices& services, Clock& clock, Scheduler& scheduler,
+                                                Defaults& defaults, std::ostream& output) {
+    return MacAppTracker::Dependencies{clock,
+                                       scheduler,
+                                       defaults,
+                                       *services.workspace,
+                                       *services.scripts,
+                                       *services.accessibility,
+                                       *services.idleClock,
+                                       output,
+                                       services.systemLog.get()};
+}
+
 PlendaMacApp::PlendaMacApp(int& argc, char** argv) : QApplication(argc, argv) {
     setApplicationName(QStringLiteral("Plenda"));
     setOrganizationName(QStringLiteral("Plenda"));
@@ -105,9 +118,7 @@ int PlendaMacApp::run() {
         MacCloudSync::factory({*defaults_, *scheduler_, services_.cloudDatabase.get(), services_.systemLog.get(),
                                services_.changeTokenArchive.get(), std::cout}),
         categoryOverrideWriter(*defaults_)});
-    tracker_ = std::make_shared<MacAppTracker>(MacAppTracker::Dependencies{
-        *clock_, *scheduler_, *defaults_, *services_.workspace, *services_.scripts, *services_.accessibility,
-        *services_.idleClock});
+    tracker_ = std::make_shared<MacAppTracker>(trackerDependencies(services_, *clock_, *scheduler_, *defaults_, std::cout));
 
     showsMenuBarIcon_ = !findNotch(screens_->screens()).has_value();
     keeper_ = std::make_unique<TodayWindowKeeper>(*defaults_, services_.activateIgnoringOtherApps);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/PlatformServices.h"
+#include "tracking/MacAppTracker.h"
 #include "ui/PanelCommands.h"
 
 #include <QApplication>
@@ -18,7 +19,6 @@ class IconProvider;
 class IcuCalendar;
 class MacActivityStore;
 class MacAppDelegate;
-class MacAppTracker;
 class MenuBarContent;
 class NotchPanelController;
 class QtDefaults;
@@ -30,6 +30,11 @@ class QuitSignals;
 class SystemClock;
 class TodayView;
 class TodayWindowKeeper;
+
+// The tracker's dependencies in the running application: the platform's
+// services, and the system log that also receives its diagnostic lines.
+MacAppTracker::Dependencies trackerDependencies(PlatformServices& services, Clock& clock, Scheduler& scheduler,
+                                                Defaults& defaults, std::ostream& output);
 
 // The application: the shared store and tracker, the day window, the
 // menu-bar item (only without a notch) or the notch panel, the settings
