@@ -9,7 +9,6 @@
 #include "platform/qt/QtDefaults.h"
 #include "platform/qt/QtFiles.h"
 #include "platform/qt/QtScheduler.h"
-#include "platform/qt/QtScreens.h"
 #include "platform/qt/QtStringTable.h"
 #include "platform/qt/SystemClock.h"
 #include "tracking/MacAppTracker.h"
@@ -107,7 +106,6 @@ int PlendaMacApp::run() {
     defaults_ = QtDefaults::forUser();
     files_ = std::make_unique<QtFiles>();
     strings_ = std::make_unique<QtStringTable>();
-    screens_ = std::make_unique<QtScreens>();
     icons_ = makeSystemIconProvider();
     services_ = makePlatformServices();
     if (!services_.canTrack) std::cerr << "plenda: no display connection; the desktop cannot be followed\n";
@@ -120,13 +118,13 @@ int PlendaMacApp::run() {
         categoryOverrideWriter(*defaults_)});
     tracker_ = std::make_shared<MacAppTracker>(trackerDependencies(services_, *clock_, *scheduler_, *defaults_, std::cout));
 
-    showsMenuBarIcon_ = !findNotch(screens_->screens()).has_value();
+    showsMenuBarIcon_ = !findNotch(services_.screens->screens()).has_value();
     keeper_ = std::make_unique<TodayWindowKeeper>(*defaults_, services_.activateIgnoringOtherApps);
     {
         PanelCommands commands = panelCommands();
         // The card's open command goes through the keeper, which remembers it.
         commands.openDayWindow = [this] { keeper_->show(); };
-        notch_ = std::make_unique<NotchPanelController>(*screens_, *clock_, commands, services_.configureNotchPanel);
+        notch_ = std::make_unique<NotchPanelController>(*services_.screens, *clock_, commands, services_.configureNotchPanel);
     }
     makeDayWindow();
     if (showsMenuBarIcon_) makeMenuBarItem();

@@ -24,7 +24,6 @@ class NotchPanelController;
 class QtDefaults;
 class QtFiles;
 class QtScheduler;
-class QtScreens;
 class QtStringTable;
 class QuitSignals;
 class SystemClock;
@@ -69,7 +68,6 @@ private:
     std::unique_ptr<QtDefaults> defaults_;
     std::unique_ptr<QtFiles> files_;
     std::unique_ptr<QtStringTable> strings_;
-    std::unique_ptr<QtScreens> screens_;
     std::unique_ptr<IconProvider> icons_;
     PlatformServices services_;
     std::shared_ptr<MacActivityStore> store_;
