@@ -1,5 +1,7 @@
 #include "platform/macos/MacAccessibility.h"
 
+#include "platform/macos/Arc.h"
+
 #import <ApplicationServices/ApplicationServices.h>
 #import <Foundation/Foundation.h>
 

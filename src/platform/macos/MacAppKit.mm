@@ -1,5 +1,7 @@
 #include "platform/macos/MacAppKit.h"
 
+#include "platform/macos/Arc.h"
+
 #import <AppKit/AppKit.h>
 
 namespace plenda {

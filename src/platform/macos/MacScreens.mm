@@ -1,5 +1,7 @@
 #include "platform/macos/MacScreens.h"
 
+#include "platform/macos/Arc.h"
+
 #import <AppKit/AppKit.h>
 
 #include "platform/ScreenAreas.h"

@@ -1,5 +1,7 @@
 #include "platform/macos/MacScriptRunner.h"
 
+#include "platform/macos/Arc.h"
+
 #import <Carbon/Carbon.h>
 #import <Foundation/Foundation.h>
 
