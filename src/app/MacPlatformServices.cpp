@@ -29,6 +29,9 @@ PlatformServices makePlatformServices() {
     services.configureNotchPanel = [](QWidget& panel) {
         macConfigureNotchPanel(reinterpret_cast<void*>(panel.winId()));
     };
+    services.configureDayWindow = [](QWidget& window) {
+        return macConfigureDayWindow(reinterpret_cast<void*>(window.winId()));
+    };
     return services;
 }
 

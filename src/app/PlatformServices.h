@@ -34,6 +34,9 @@ struct PlatformServices {
     std::function<void()> activateIgnoringOtherApps;
     // Gives the notch panel's window the properties of a non-activating panel.
     std::function<void(QWidget&)> configureNotchPanel;
+    // Lets the day window's content reach under a transparent title bar;
+    // returns the height the title bar covers at the top. Unset: nothing to do.
+    std::function<double(QWidget&)> configureDayWindow;
     // False when the desktop cannot be followed (no display connection).
     bool canTrack = true;
 };

@@ -23,6 +23,7 @@
 #include "tracking/CategoryRules.h"
 
 #include <QAction>
+#include <QPainter>
 #include <QMenuBar>
 #include <QScreen>
 #include <QSessionManager>
@@ -30,23 +31,48 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
+#include <cmath>
 #include <iostream>
 
 namespace plenda {
 
 namespace {
 
-// The day window: its content's minimum is its own.
+// The day window: its content's minimum is its own. Where the platform lets
+// the content reach under the title bar, the window paints the background
+// there and the content starts below it.
 class DayWindow final : public QWidget {
 public:
-    explicit DayWindow(TodayView* content) {
+    DayWindow(TodayView* content, std::function<double(QWidget&)> underTitleBar)
+        : underTitleBar_(std::move(underTitleBar)),
+          contentMinimum_(content->minimumSizeHint().expandedTo(content->minimumSize())) {
         setWindowTitle(localized("Plenda"));
         auto* layout = new QVBoxLayout(this);
         layout->setContentsMargins(0, 0, 0, 0);
         layout->addWidget(content);
-        setMinimumSize(content->minimumSizeHint().expandedTo(content->minimumSize()));
+        setMinimumSize(contentMinimum_);
         resize(760, 620);
     }
+
+protected:
+    void showEvent(QShowEvent* event) override {
+        if (underTitleBar_) {
+            const int inset = int(std::ceil(underTitleBar_(*this)));
+            if (inset != layout()->contentsMargins().top()) {
+                layout()->setContentsMargins(0, inset, 0, 0);
+                setMinimumSize(contentMinimum_ + QSize(0, inset));
+            }
+        }
+        QWidget::showEvent(event);
+    }
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        painter.fillRect(rect(), toQColor(Palette::background, appearanceOf(*this)));
+    }
+
+private:
+    std::function<double(QWidget&)> underTitleBar_;
+    QSize contentMinimum_;
 };
 
 }  // namespace
@@ -174,7 +200,7 @@ void PlendaMacApp::makeDayWindow() {
     };
     actions.openSettings = [this] { openSettingsWindow(); };
     todayView_ = new TodayView(*store_, *clock_, *calendar_, *icons_, actions);
-    dayWindow_ = std::make_unique<DayWindow>(todayView_);
+    dayWindow_ = std::make_unique<DayWindow>(todayView_, services_.configureDayWindow);
     dayWindow_->setObjectName(QStringLiteral("today"));
 }
 
