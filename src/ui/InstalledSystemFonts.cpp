@@ -21,4 +21,6 @@ std::optional<QString> roundedSystemFamily() {
     return family;
 }
 
+std::optional<float> roundedWeightAxis(QFont::Weight) { return std::nullopt; }
+
 }  // namespace plenda

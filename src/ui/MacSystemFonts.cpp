@@ -4,7 +4,11 @@
 #include "ui/SystemFonts.h"
 
 #include <QFontDatabase>
+#include <QHash>
 #include <QStringList>
+
+#include <algorithm>
+#include <array>
 
 namespace plenda {
 
@@ -19,6 +23,21 @@ std::optional<QString> roundedSystemFamily() {
         return families.front();
     }();
     return family;
+}
+
+std::optional<float> roundedWeightAxis(QFont::Weight weight) {
+    // AppKit's weights for Qt's hundreds: ultralight, thin, light, regular,
+    // medium, semibold, bold, heavy, black.
+    static constexpr std::array<double, 9> appKitWeights{-0.8, -0.6, -0.4, 0.0, 0.23, 0.3, 0.4, 0.56, 0.62};
+    static QHash<int, std::optional<float>> cache;
+    const int step = std::clamp((int(weight) + 50) / 100, 1, 9);
+    if (const auto it = cache.constFind(step); it != cache.constEnd()) return *it;
+    std::optional<float> axis;
+    if (const auto value = macos::roundedSystemFontWeightAxis(appKitWeights[std::size_t(step - 1)])) {
+        axis = float(*value);
+    }
+    cache.insert(step, axis);
+    return axis;
 }
 
 }  // namespace plenda

@@ -37,7 +37,14 @@ QFont systemFont(int points, QFont::Weight weight) {
 
 QFont roundedFont(int points, QFont::Weight weight) {
     QFont font = systemFont(points, weight);
-    if (const auto rounded = roundedSystemFamily()) font.setFamilies({*rounded, font.family()});
+    const auto rounded = roundedSystemFamily();
+    if (!rounded) return font;
+    font.setFamilies({*rounded, font.family()});
+#if QT_VERSION >= QT_VERSION_CHECK(6, 7, 0)
+    // The rounded design comes as one variable font: its weights are points
+    // on the weight axis, which Qt would otherwise only imitate.
+    if (const auto axis = roundedWeightAxis(weight)) font.setVariableAxis(QFont::Tag("wght"), *axis);
+#endif
     return font;
 }
 
