@@ -7,6 +7,7 @@
 #include "platform/linux/X11Workspace.h"
 #include "platform/linux/XScreenSaverIdleClock.h"
 #include "platform/linux/XdgAutostartLoginItem.h"
+#include "platform/qt/QtScreens.h"
 #include "platform/standin/SqliteCloudDatabase.h"
 
 #include <QApplication>
@@ -25,6 +26,7 @@ PlatformServices makePlatformServices() {
     services.scripts = std::make_unique<UnsupportedScriptRunner>();
     services.loginItem = std::make_unique<XdgAutostartLoginItem>(XdgAutostartLoginItem::forCurrentUser());
     services.cloudDatabase = cloudStandInFromEnvironment();
+    services.screens = std::make_unique<QtScreens>();  // reads PLENDA_FAKE_NOTCH
     services.activateIgnoringOtherApps = [] {
         if (QWidget* window = QApplication::activeWindow()) window->raise();
     };

@@ -5,6 +5,7 @@
 #include "platform/macos/MacAccessibility.h"
 #include "platform/macos/MacIdleClock.h"
 #include "platform/macos/MacLoginItem.h"
+#include "platform/macos/MacScreens.h"
 #include "platform/macos/MacScriptRunner.h"
 #include "platform/macos/MacWorkspace.h"
 #include "sync/CloudSyncEngine.h"
@@ -23,9 +24,13 @@ PlatformServices makePlatformServices() {
     services.cloudDatabase = std::make_unique<CloudKitDatabase>(cloudContainerIdentifier);
     services.systemLog = std::make_unique<OsSystemLog>();
     services.changeTokenArchive = std::make_unique<CloudKitChangeTokenArchive>();
+    services.screens = std::make_unique<MacScreens>();
     services.activateIgnoringOtherApps = [] { macActivateIgnoringOtherApps(); };
     services.configureNotchPanel = [](QWidget& panel) {
         macConfigureNotchPanel(reinterpret_cast<void*>(panel.winId()));
+    };
+    services.configureDayWindow = [](QWidget& window) {
+        return macConfigureDayWindow(reinterpret_cast<void*>(window.winId()));
     };
     return services;
 }

@@ -5,6 +5,7 @@
 #include "platform/CloudDatabase.h"
 #include "platform/IdleClock.h"
 #include "platform/LoginItem.h"
+#include "platform/Screens.h"
 #include "platform/ScriptRunner.h"
 #include "platform/SystemLog.h"
 #include "platform/Workspace.h"
@@ -27,10 +28,15 @@ struct PlatformServices {
     std::unique_ptr<CloudDatabase> cloudDatabase;  // null: no cloud configured
     std::unique_ptr<SystemLog> systemLog;
     std::unique_ptr<ChangeTokenArchive> changeTokenArchive;
+    // The screens and their camera housings: the system's on macOS, Qt's elsewhere.
+    std::unique_ptr<Screens> screens;
     // Brings the application to the front, ignoring other applications.
     std::function<void()> activateIgnoringOtherApps;
     // Gives the notch panel's window the properties of a non-activating panel.
     std::function<void(QWidget&)> configureNotchPanel;
+    // Lets the day window's content reach under a transparent title bar;
+    // returns the height the title bar covers at the top. Unset: nothing to do.
+    std::function<double(QWidget&)> configureDayWindow;
     // False when the desktop cannot be followed (no display connection).
     bool canTrack = true;
 };

@@ -10,7 +10,6 @@
 #include "platform/qt/QtDefaults.h"
 #include "platform/qt/QtFiles.h"
 #include "platform/qt/QtScheduler.h"
-#include "platform/qt/QtScreens.h"
 #include "platform/qt/QtStringTable.h"
 #include "platform/qt/SystemClock.h"
 #include "tracking/MacAppTracker.h"
@@ -25,6 +24,7 @@
 #include "tracking/CategoryRules.h"
 
 #include <QAction>
+#include <QPainter>
 #include <QMenuBar>
 #include <QScreen>
 #include <QSessionManager>
@@ -32,26 +32,64 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
+#include <cmath>
 #include <iostream>
 
 namespace plenda {
 
 namespace {
 
-// The day window: its content's minimum is its own.
+// The day window: its content's minimum is its own. Where the platform lets
+// the content reach under the title bar, the window paints the background
+// there and the content starts below it.
 class DayWindow final : public QWidget {
 public:
-    explicit DayWindow(TodayView* content) {
+    DayWindow(TodayView* content, std::function<double(QWidget&)> underTitleBar)
+        : underTitleBar_(std::move(underTitleBar)),
+          contentMinimum_(content->minimumSizeHint().expandedTo(content->minimumSize())) {
         setWindowTitle(localized("Plenda"));
         auto* layout = new QVBoxLayout(this);
         layout->setContentsMargins(0, 0, 0, 0);
         layout->addWidget(content);
-        setMinimumSize(content->minimumSizeHint().expandedTo(content->minimumSize()));
+        setMinimumSize(contentMinimum_);
         resize(760, 620);
     }
+
+protected:
+    void showEvent(QShowEvent* event) override {
+        if (underTitleBar_) {
+            const int inset = int(std::ceil(underTitleBar_(*this)));
+            if (inset != layout()->contentsMargins().top()) {
+                layout()->setContentsMargins(0, inset, 0, 0);
+                setMinimumSize(contentMinimum_ + QSize(0, inset));
+            }
+        }
+        QWidget::showEvent(event);
+    }
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        painter.fillRect(rect(), toQColor(Palette::background, appearanceOf(*this)));
+    }
+
+private:
+    std::function<double(QWidget&)> underTitleBar_;
+    QSize contentMinimum_;
 };
 
 }  // namespace
+
+MacAppTracker::Dependencies trackerDependencies(PlatformServices& services, Clock& clock, Scheduler& scheduler,
+                                                Defaults& defaults, std::ostream& output) {
+    return MacAppTracker::Dependencies{clock,
+                                       scheduler,
+                                       defaults,
+                                       *services.workspace,
+                                       *services.scripts,
+                                       *services.accessibility,
+                                       *services.idleClock,
+                                       output,
+                                       services.systemLog.get()};
+}
 
 PlendaMacApp::PlendaMacApp(int& argc, char** argv) : QApplication(argc, argv) {
     setApplicationName(QStringLiteral("Plenda"));
@@ -106,7 +144,6 @@ int PlendaMacApp::run() {
         }
     }
     strings_ = std::make_unique<QtStringTable>();
-    screens_ = std::make_unique<QtScreens>();
     icons_ = makeSystemIconProvider();
     services_ = makePlatformServices();
     if (!services_.canTrack) std::cerr << "plenda: no display connection; the desktop cannot be followed\n";
@@ -117,17 +154,15 @@ int PlendaMacApp::run() {
         MacCloudSync::factory({*defaults_, *scheduler_, services_.cloudDatabase.get(), services_.systemLog.get(),
                                services_.changeTokenArchive.get(), std::cout}),
         categoryOverrideWriter(*defaults_)});
-    tracker_ = std::make_shared<MacAppTracker>(MacAppTracker::Dependencies{
-        *clock_, *scheduler_, *defaults_, *services_.workspace, *services_.scripts, *services_.accessibility,
-        *services_.idleClock});
+    tracker_ = std::make_shared<MacAppTracker>(trackerDependencies(services_, *clock_, *scheduler_, *defaults_, std::cout));
 
-    showsMenuBarIcon_ = !findNotch(screens_->screens()).has_value();
+    showsMenuBarIcon_ = !findNotch(services_.screens->screens()).has_value();
     keeper_ = std::make_unique<TodayWindowKeeper>(*defaults_, services_.activateIgnoringOtherApps);
     {
         PanelCommands commands = panelCommands();
         // The card's open command goes through the keeper, which remembers it.
         commands.openDayWindow = [this] { keeper_->show(); };
-        notch_ = std::make_unique<NotchPanelController>(*screens_, *clock_, commands, services_.configureNotchPanel);
+        notch_ = std::make_unique<NotchPanelController>(*services_.screens, *clock_, commands, services_.configureNotchPanel);
     }
     makeDayWindow();
     if (instance_) instance_->onShowRequested([this] { openDayWindow(); });
@@ -178,7 +213,7 @@ void PlendaMacApp::makeDayWindow() {
     };
     actions.openSettings = [this] { openSettingsWindow(); };
     todayView_ = new TodayView(*store_, *clock_, *calendar_, *icons_, actions);
-    dayWindow_ = std::make_unique<DayWindow>(todayView_);
+    dayWindow_ = std::make_unique<DayWindow>(todayView_, services_.configureDayWindow);
     dayWindow_->setObjectName(QStringLiteral("today"));
 }
 

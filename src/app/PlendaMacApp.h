@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/PlatformServices.h"
+#include "tracking/MacAppTracker.h"
 #include "ui/PanelCommands.h"
 
 #include <QApplication>
@@ -18,19 +19,22 @@ class IconProvider;
 class IcuCalendar;
 class MacActivityStore;
 class MacAppDelegate;
-class MacAppTracker;
 class MenuBarContent;
 class NotchPanelController;
 class QtDefaults;
 class QtFiles;
 class QtScheduler;
-class QtScreens;
 class QtStringTable;
 class QuitSignals;
 class SingleInstance;
 class SystemClock;
 class TodayView;
 class TodayWindowKeeper;
+
+// The tracker's dependencies in the running application: the platform's
+// services, and the system log that also receives its diagnostic lines.
+MacAppTracker::Dependencies trackerDependencies(PlatformServices& services, Clock& clock, Scheduler& scheduler,
+                                                Defaults& defaults, std::ostream& output);
 
 // The application: the shared store and tracker, the day window, the
 // menu-bar item (only without a notch) or the notch panel, the settings
@@ -66,7 +70,6 @@ private:
     std::unique_ptr<QtFiles> files_;
     std::unique_ptr<SingleInstance> instance_;
     std::unique_ptr<QtStringTable> strings_;
-    std::unique_ptr<QtScreens> screens_;
     std::unique_ptr<IconProvider> icons_;
     PlatformServices services_;
     std::shared_ptr<MacActivityStore> store_;

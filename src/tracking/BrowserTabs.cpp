@@ -49,9 +49,6 @@ std::optional<std::string> percentDecoded(std::string_view text) {
 
 std::optional<std::string> hostOfAddress(std::string_view address) {
     if (address.empty()) return std::nullopt;
-    for (char c : address) {
-        if (!isAddressCharacter(c)) return std::nullopt;
-    }
     // scheme = ALPHA *( ALPHA / DIGIT / "+" / "-" / "." ) ":"
     const auto colon = address.find(':');
     if (colon == std::string_view::npos || colon == 0 || !isAlpha(address[0])) return std::nullopt;
@@ -62,6 +59,12 @@ std::optional<std::string> hostOfAddress(std::string_view address) {
     if (!rest.starts_with("//")) return std::nullopt;
     rest.remove_prefix(2);
     std::string_view authority = rest.substr(0, rest.find_first_of("/?#"));
+    // Only the authority is held to the address alphabet: the system's address
+    // type percent-encodes stray characters ('|', '^', '{', ...) in the path,
+    // query and fragment and keeps the host.
+    for (char c : authority) {
+        if (!isAddressCharacter(c)) return std::nullopt;
+    }
     if (const auto at = authority.rfind('@'); at != std::string_view::npos) authority.remove_prefix(at + 1);
 
     std::string_view host;

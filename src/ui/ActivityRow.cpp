@@ -80,6 +80,11 @@ void ActivityRow::paintEvent(QPaintEvent*) {
     const QFont secondaryFont = systemFont(11);
     const QFontMetricsF primary(primaryFont);
     const QFontMetricsF secondary(secondaryFont);
+    // The duration and the time span keep their width as their digits change.
+    const QFont durationFont = tabularDigits(primaryFont);
+    const QFont spanFont = tabularDigits(secondaryFont);
+    const QFontMetricsF durationMetrics(durationFont);
+    const QFontMetricsF spanMetrics(spanFont);
     // Two lines, two points apart, centred on the card.
     const double blockHeight = primary.height() + 2 + secondary.height();
     const double top = card.center().y() - blockHeight / 2;
@@ -88,7 +93,8 @@ void ActivityRow::paintEvent(QPaintEvent*) {
 
     const QString duration = QString::fromStdString(formatDuration(summary_.minutes));
     const QString span = spanText();
-    const double trailingWidth = std::max(primary.horizontalAdvance(duration), secondary.horizontalAdvance(span));
+    const double trailingWidth =
+        std::max(durationMetrics.horizontalAdvance(duration), spanMetrics.horizontalAdvance(span));
     const double right = content.right();
     const double left = bar.right() + spacing;
     const double available = std::max(right - trailingWidth - spacing - left, 0.0);
@@ -97,7 +103,8 @@ void ActivityRow::paintEvent(QPaintEvent*) {
     painter.setFont(primaryFont);
     painter.drawText(QPointF(left, firstBaseline),
                      primary.elidedText(shownTitle(summary_.title), Qt::ElideRight, available));
-    painter.drawText(QPointF(right - primary.horizontalAdvance(duration), firstBaseline), duration);
+    painter.setFont(durationFont);
+    painter.drawText(QPointF(right - durationMetrics.horizontalAdvance(duration), firstBaseline), duration);
 
     painter.setPen(toQColor(Palette::textSecondary, appearance));
     painter.setFont(secondaryFont);
@@ -106,7 +113,8 @@ void ActivityRow::paintEvent(QPaintEvent*) {
     const double sessionsLeft = left + secondary.horizontalAdvance(category + QLatin1Char(' '));
     painter.drawText(QPointF(sessionsLeft, secondBaseline),
                      secondary.elidedText(sessionsText(), Qt::ElideRight, std::max(left + available - sessionsLeft, 0.0)));
-    painter.drawText(QPointF(right - secondary.horizontalAdvance(span), secondBaseline), span);
+    painter.setFont(spanFont);
+    painter.drawText(QPointF(right - spanMetrics.horizontalAdvance(span), secondBaseline), span);
 }
 
 void ActivityRow::enterEvent(QEnterEvent* event) {

@@ -54,8 +54,7 @@ MenuBarContent::MenuBarContent(MacActivityStore& store, MacAppTracker& tracker, 
 QLabel* MenuBarContent::label(const QString& text, int points, QFont::Weight weight, bool secondary, bool tabular) {
     auto* label = new QLabel(text, content_);
     QFont font = points >= 13 ? roundedFont(points, weight) : systemFont(points, weight);
-    (void)tabular;  // Qt 6.4 cannot select tabular digits; the system fonts draw them anyway.
-    label->setFont(font);
+    label->setFont(tabular ? tabularDigits(font) : font);
     QPalette palette = label->palette();
     palette.setColor(QPalette::WindowText,
                      toQColor(secondary ? Palette::textSecondary : Palette::textPrimary, appearanceOf(*this)));

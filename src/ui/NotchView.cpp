@@ -31,11 +31,6 @@ QColor white(double opacity) {
     return color;
 }
 
-QFont tabular(QFont font) {
-    // Qt 6.4 cannot select tabular digits; the system fonts draw them anyway.
-    return font;
-}
-
 }  // namespace
 
 NotchView::NotchView(QSizeF collapsedSize, QSizeF expandedSize, MacActivityStore& store, MacAppTracker& tracker,
@@ -188,7 +183,7 @@ void NotchView::paintEvent(QPaintEvent*) {
 
     const QRectF area = column();
     // Total, "today", and what is tracked now.
-    const QFont totalFont = tabular(roundedFont(22, QFont::Bold));
+    const QFont totalFont = tabularDigits(roundedFont(22, QFont::Bold));
     const QFont smallFont = systemFont(11);
     const QFontMetricsF totalMetrics(totalFont);
     const double baseline = area.top() + totalMetrics.ascent();
@@ -256,11 +251,11 @@ void NotchView::paintEvent(QPaintEvent*) {
         painter.drawText(QPointF(x, chipBaseline), title);
         x += chipMetrics.horizontalAdvance(title) + 4;
         const QString duration = QString::fromStdString(formatDuration(summary.minutes));
-        painter.setFont(tabular(chipFont));
+        painter.setFont(tabularDigits(chipFont));
         painter.setPen(white(0.45));
         painter.drawText(QPointF(x, chipBaseline), duration);
         painter.setFont(chipFont);
-        x += chipMetrics.horizontalAdvance(duration) + 10;
+        x += QFontMetricsF(tabularDigits(chipFont)).horizontalAdvance(duration) + 10;
     }
 }
 

@@ -1,7 +1,8 @@
 #include "ui/ViewStyle.h"
 
+#include "ui/SystemFonts.h"
+
 #include <QApplication>
-#include <QFontDatabase>
 #include <QPalette>
 #include <QWidget>
 
@@ -36,8 +37,27 @@ QFont systemFont(int points, QFont::Weight weight) {
 
 QFont roundedFont(int points, QFont::Weight weight) {
     QFont font = systemFont(points, weight);
-    static const bool hasRounded = QFontDatabase::families().contains(QStringLiteral("SF Pro Rounded"));
-    if (hasRounded) font.setFamilies({QStringLiteral("SF Pro Rounded"), font.family()});
+    const auto rounded = roundedSystemFamily();
+    if (!rounded) return font;
+    font.setFamilies({*rounded, font.family()});
+#if QT_VERSION >= QT_VERSION_CHECK(6, 7, 0)
+    // The rounded design comes as one variable font: its weights are points
+    // on the weight axis, which Qt would otherwise only imitate.
+    if (const auto axis = roundedWeightAxis(weight)) font.setVariableAxis(QFont::Tag("wght"), *axis);
+#endif
+    return font;
+}
+
+QFont tabularDigits(QFont font) {
+#if QT_VERSION >= QT_VERSION_CHECK(6, 7, 0)
+    // The font's tabular figures: the Mac's system font draws proportional
+    // digits unless asked.
+    font.setFeature(QFont::Tag("tnum"), 1);
+#else
+    // Qt before 6.7 cannot ask a font for a feature. The families it picks
+    // on Linux desktops (DejaVu, Noto, Liberation, the URW fonts) draw
+    // tabular figures unasked, so their digits keep their width as they are.
+#endif
     return font;
 }
 

@@ -24,6 +24,8 @@ QColor toQColor(const ColorPair& pair, Appearance appearance, double opacity = 1
 QFont systemFont(int points, QFont::Weight weight = QFont::Normal);
 // The rounded design where the system has one, else the system font.
 QFont roundedFont(int points, QFont::Weight weight = QFont::Normal);
+// `font` with digits of equal width, so a changing number keeps its width.
+QFont tabularDigits(QFont font);
 
 // The string-table text for a key.
 QString localized(std::string_view key);

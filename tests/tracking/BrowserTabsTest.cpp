@@ -34,6 +34,23 @@ INSTANTIATE_TEST_SUITE_P(
                       AddressCase{"https://a.org:8x/", std::nullopt}, AddressCase{"1http://a.org/", std::nullopt},
                       AddressCase{"https://caf%C3%A9.fr/", "café.fr"}, AddressCase{"https://a%2/", std::nullopt}));
 
+// Browsers report addresses with characters outside RFC 3986 in the path, query
+// or fragment; the system's address type encodes them and keeps the host.
+INSTANTIATE_TEST_SUITE_P(
+    StrayCharacters, Addresses,
+    ::testing::Values(
+        AddressCase{"https://fonts.googleapis.com/css?family=Roboto|Lato", "fonts.googleapis.com"},
+        AddressCase{"https://www.bing.com/search?q=a|b", "www.bing.com"},
+        AddressCase{"https://finance.yahoo.com/quote/%5EGSPC?p=^GSPC", "finance.yahoo.com"},
+        AddressCase{R"(https://grafana.example.net/explore?left={"queries":[{"expr":"up"}]}&orgId=1)",
+                    "grafana.example.net"},
+        AddressCase{"https://a.org/x\\y/`z`#{top}", "a.org"}, AddressCase{"https://a.org:8080/a b", "a.org"},
+        AddressCase{"https://a.org?|", "a.org"}, AddressCase{"https://a.org#^", "a.org"},
+        // Inside the authority they still refuse the address.
+        AddressCase{"https://a|b.org/", std::nullopt}, AddressCase{"https://a.org{x}/", std::nullopt},
+        AddressCase{"https://us^er@a.org/", std::nullopt}, AddressCase{"https://a.org:80`/", std::nullopt},
+        AddressCase{"ht|tp://a.org/", std::nullopt}));
+
 class Browsers : public ::testing::Test {
 protected:
     ScriptedScriptRunner scripts;
@@ -78,7 +95,10 @@ INSTANTIATE_TEST_SUITE_P(
                       AnswerCase{R::text("file:///tmp/a.html"), std::nullopt, "empty com.brave.Browser"},
                       AnswerCase{R::text(""), std::nullopt, "empty com.brave.Browser"},
                       AnswerCase{R::text(std::nullopt), std::nullopt, "empty com.brave.Browser"},
+                      AnswerCase{R::text("https://www.bing.com/search?q=a|b"), "bing.com", "ok bing.com"},
                       AnswerCase{R::error(-1728), std::nullopt, "error -1728 com.brave.Browser"},
+                      // A browser that does not answer in time (the event's timeout).
+                      AnswerCase{R::error(-1712), std::nullopt, "error -1712 com.brave.Browser"},
                       AnswerCase{R::error(0), std::nullopt, "error 0 com.brave.Browser"}));
 
 TEST_F(Browsers, UnsupportedOrUncreatableWritesNothing) {

@@ -1,5 +1,7 @@
 #include "platform/macos/CloudKitDatabase.h"
 
+#include "platform/macos/Arc.h"
+
 #import <CloudKit/CloudKit.h>
 #import <Foundation/Foundation.h>
 #include <os/log.h>
@@ -13,13 +15,15 @@ namespace plenda {
 namespace {
 
 // Holds a CKServerChangeToken for the core, which sees only the base class.
+// The token is kept (a strong member under ARC) for as long as the core keeps
+// this object, whichever thread lets go of it last.
 class CloudKitChangeToken final : public CloudChangeToken {
 public:
     explicit CloudKitChangeToken(CKServerChangeToken* token) : token_(token) {}
     CKServerChangeToken* token() const { return token_; }
 
 private:
-    CKServerChangeToken* token_;
+    __strong CKServerChangeToken* token_;
 };
 
 NSString* toNS(const std::string& text) { return [NSString stringWithUTF8String:text.c_str()] ?: @""; }
@@ -88,7 +92,8 @@ CloudRecord recordTo(CKRecord* native) {
 
 struct CloudKitDatabase::Native {
     std::string containerIdentifier;
-    CKContainer* container = nil;
+    // Kept for the database's lifetime: the operations' databases belong to it.
+    __strong CKContainer* container = nil;
 
     CKContainer* openContainer() {
         if (!container) container = [CKContainer containerWithIdentifier:toNS(containerIdentifier)];
@@ -214,9 +219,10 @@ CloudChangeTokenPtr CloudKitChangeTokenArchive::unarchive(const Data& bytes) con
 }
 
 void OsSystemLog::write(std::string_view subsystem, std::string_view category, std::string_view line) {
-    // One log object per channel, made on first use and kept.
+    // One log object per channel, made on first use and kept (os_log_t is an
+    // Objective-C object under ARC, held strongly by the map).
     static std::mutex mutex;
-    static std::map<std::pair<std::string, std::string>, os_log_t> channels;
+    static std::map<std::pair<std::string, std::string>, __strong os_log_t> channels;
     os_log_t channel;
     {
         std::lock_guard guard(mutex);

@@ -1,5 +1,7 @@
 #include "platform/macos/MacAccessibility.h"
 
+#include "platform/macos/Arc.h"
+
 #import <ApplicationServices/ApplicationServices.h>
 #import <Foundation/Foundation.h>
 
@@ -7,6 +9,14 @@
 #include "platform/macos/MacText.h"
 
 namespace plenda {
+
+namespace {
+
+// A hung application answers an accessibility query with
+// kAXErrorCannotComplete after this long instead of stalling the caller.
+constexpr float messagingTimeoutSeconds = 1.0f;
+
+}  // namespace
 
 bool MacAccessibility::isTrusted() const { return AXIsProcessTrusted(); }
 
@@ -22,6 +32,7 @@ FocusedWindowTitle MacAccessibility::focusedWindowTitle(int processIdentifier) {
     @autoreleasepool {
         CFRef<AXUIElementRef> app(AXUIElementCreateApplication(processIdentifier));
         if (!app) return {Status::windowError, 0, {}};
+        AXUIElementSetMessagingTimeout(app.get(), messagingTimeoutSeconds);
 
         CFRef<CFTypeRef> window;
         AXError error = AXUIElementCopyAttributeValue(app.get(), kAXFocusedWindowAttribute, window.out());
@@ -29,9 +40,11 @@ FocusedWindowTitle MacAccessibility::focusedWindowTitle(int processIdentifier) {
         if (!window) return {Status::windowError, 0, {}};
         if (CFGetTypeID(window.get()) != AXUIElementGetTypeID()) return {Status::notAnElement, 0, {}};
 
+        // The window is an element of its own, with the default timeout until set.
+        const auto windowElement = static_cast<AXUIElementRef>(window.get());
+        AXUIElementSetMessagingTimeout(windowElement, messagingTimeoutSeconds);
         CFRef<CFTypeRef> title;
-        error = AXUIElementCopyAttributeValue(static_cast<AXUIElementRef>(window.get()), kAXTitleAttribute,
-                                              title.out());
+        error = AXUIElementCopyAttributeValue(windowElement, kAXTitleAttribute, title.out());
         if (error != kAXErrorSuccess) return {Status::titleError, static_cast<long>(error), {}};
         if (!title || CFGetTypeID(title.get()) != CFStringGetTypeID()) return {Status::titleError, 0, {}};
         const auto text = utf8Text((__bridge NSString*)title.get());

@@ -1,6 +1,10 @@
 #include "platform/macos/MacAppKit.h"
 
+#include "platform/macos/Arc.h"
+
 #import <AppKit/AppKit.h>
+
+#include <algorithm>
 
 namespace plenda {
 
@@ -28,6 +32,18 @@ void macConfigureNotchPanel(void* nsView) {
                                 NSWindowCollectionBehaviorIgnoresCycle |
                                 NSWindowCollectionBehaviorFullScreenAuxiliary;  // 337
     [window orderFrontRegardless];
+}
+
+double macConfigureDayWindow(void* nsView) {
+    NSView* view = (__bridge NSView*)nsView;
+    NSWindow* window = view.window;
+    if (window == nil) return 0;
+    window.styleMask = window.styleMask | NSWindowStyleMaskFullSizeContentView;
+    window.titlebarAppearsTransparent = YES;
+    // The content view now fills the frame; the layout rect is what the title bar leaves free.
+    const NSRect content = window.contentView.frame;
+    const NSRect free = window.contentLayoutRect;
+    return std::max<CGFloat>(0, NSHeight(content) - NSMaxY(free));
 }
 
 }  // namespace plenda

@@ -1,5 +1,7 @@
 #include "platform/macos/MacIdleClock.h"
 
+#include "platform/macos/Arc.h"
+
 #import <CoreGraphics/CoreGraphics.h>
 
 #include <cmath>

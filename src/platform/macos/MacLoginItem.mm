@@ -1,5 +1,7 @@
 #include "platform/macos/MacLoginItem.h"
 
+#include "platform/macos/Arc.h"
+
 #import <Foundation/Foundation.h>
 #import <ServiceManagement/ServiceManagement.h>
 

@@ -1,5 +1,7 @@
 #include "platform/macos/MacWorkspace.h"
 
+#include "platform/macos/Arc.h"
+
 #import <AppKit/AppKit.h>
 
 #include "platform/macos/MacText.h"

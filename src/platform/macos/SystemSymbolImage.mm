@@ -1,5 +1,7 @@
 #include "platform/macos/SystemSymbolImage.h"
 
+#include "platform/macos/Arc.h"
+
 #import <AppKit/AppKit.h>
 
 #include <algorithm>
