@@ -25,7 +25,6 @@ namespace plenda {
 
 namespace {
 
-constexpr double headerTopInset = 16;
 constexpr double headerBottomInset = 12;
 constexpr double subtitleGap = 2;
 constexpr int navigationSpacing = 2;

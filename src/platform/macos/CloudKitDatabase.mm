@@ -1,9 +1,11 @@
 #include "platform/macos/CloudKitDatabase.h"
 
 #include "platform/macos/Arc.h"
+#include "platform/macos/CFRef.h"
 
 #import <CloudKit/CloudKit.h>
 #import <Foundation/Foundation.h>
+#include <Security/SecTask.h>
 #include <os/log.h>
 
 #include <map>
@@ -26,7 +28,10 @@ private:
     __strong CKServerChangeToken* token_;
 };
 
-NSString* toNS(const std::string& text) { return [NSString stringWithUTF8String:text.c_str()] ?: @""; }
+NSString* toNS(const std::string& text) {
+    NSString* string = [NSString stringWithUTF8String:text.c_str()];
+    return string ? string : @"";
+}
 
 std::string fromNS(NSString* text) { return text ? std::string(text.UTF8String) : std::string(); }
 
@@ -88,6 +93,16 @@ CloudRecord recordTo(CKRecord* native) {
     return record;
 }
 
+// CloudKit raises an exception at the first use of a container the process is
+// not entitled to (an ad hoc signed build); such a build has no account.
+bool entitledToICloud() {
+    const CFRef<SecTaskRef> task(SecTaskCreateFromSelf(kCFAllocatorDefault));
+    if (!task) return false;
+    const CFRef<CFTypeRef> services(
+        SecTaskCopyValueForEntitlement(task.get(), CFSTR("com.apple.developer.icloud-services"), nullptr));
+    return static_cast<bool>(services);
+}
+
 }  // namespace
 
 struct CloudKitDatabase::Native {
@@ -109,6 +124,7 @@ CloudKitDatabase::CloudKitDatabase(std::string containerIdentifier) : native_(st
 CloudKitDatabase::~CloudKitDatabase() = default;
 
 void CloudKitDatabase::accountStatus(std::function<void(CloudResult<CloudAccountStatus>)> completion) {
+    if (!entitledToICloud()) return completion(CloudAccountStatus::noAccount);
     auto shared = std::make_shared<decltype(completion)>(std::move(completion));
     [native_->openContainer() accountStatusWithCompletionHandler:^(CKAccountStatus status, NSError* error) {
       if (error) return (*shared)(errorFrom(error));
@@ -162,7 +178,7 @@ void CloudKitDatabase::fetchZoneChanges(const CloudZoneID& zone, CloudChangeToke
       if (error) {
           // A failure of the one zone comes wrapped in a partial failure.
           NSError* zoneError = error.userInfo[CKPartialErrorsByItemIDKey][zoneID];
-          return (*shared)(errorFrom(zoneError ?: error));
+          return (*shared)(errorFrom(zoneError ? zoneError : error));
       }
       (*shared)(std::move(*changes));
     };

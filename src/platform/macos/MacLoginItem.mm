@@ -11,7 +11,8 @@ namespace {
 
 std::string describe(NSError* error) {
     if (error == nil) return "unknown error";
-    return std::string(error.localizedDescription.UTF8String ?: "unknown error");
+    const char* description = error.localizedDescription.UTF8String;
+    return std::string(description ? description : "unknown error");
 }
 
 }  // namespace
