@@ -122,9 +122,4 @@ void JsonWriter::boolean(bool value) {
     text_ += value ? "true" : "false";
 }
 
-void JsonWriter::null() {
-    separate();
-    text_ += "null";
-}
-
 }  // namespace plenda

@@ -167,6 +167,8 @@ INSTANTIATE_TEST_SUITE_P(
                       Utf8Case{"overlongSlash", "\xC0\xAF", fffd + fffd},
                       Utf8Case{"overlongThreeBytes", "\xE0\x80\xAF", fffd + fffd + fffd},
                       Utf8Case{"surrogate", "\xED\xA0\x80", fffd + fffd + fffd},
+                      Utf8Case{"fourBytesWithABadContinuation", "\xF1" "A\x80\x80 \xF1\x80" "A\x80 \xF1\x80\x80" "A",
+                               fffd + "A" + fffd + fffd + " " + fffd + fffd + "A" + fffd + " " + fffd + fffd + fffd + "A"},
                       Utf8Case{"beyondUnicode", "\xF4\x90\x80\x80", fffd + fffd + fffd + fffd},
                       Utf8Case{"badThenGood", "\xC3(\xC3\xA9", fffd + "(\xC3\xA9"}),
     [](const auto& info) { return std::string(info.param.name); });
