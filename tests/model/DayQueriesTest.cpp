@@ -1,4 +1,5 @@
 #include "fakes/StoreFixture.h"
+#include "model/MacDayBlockJson.h"
 #include "tracking/CategoryRules.h"
 #include "views/ActivitySummaries.h"
 
@@ -18,8 +19,10 @@ protected:
         store->upsert(block);
         return block;
     }
-    MacActivitySummary summary(const char* title, C category, bool aggregate = false) {
-        return MacActivitySummary{std::string(rawValue(category)) + "|" + title, title, category, 0, 0, {}, {}, aggregate};
+    // What the debounced save wrote, once it has run.
+    std::vector<MacDayBlock> savedAfterDebounce() {
+        scheduler.advance(0.8);
+        return *decodeBlocks(files.files.at(blocksPath));
     }
 };
 
@@ -28,22 +31,15 @@ TEST_F(DayQueries, BlocksBelongToTheDayTheyStartOnLatestFirst) {
     const auto afternoon = add("Xcode", C::work, at(2023, 3, 7, 14), at(2023, 3, 7, 15));
     const auto night = add("Film", C::entertainment, at(2023, 3, 7, 23, 30), at(2023, 3, 8, 0, 30));
     add("Other day", C::work, at(2023, 3, 6, 23, 59), at(2023, 3, 7, 0, 10));
+    // Without a start a block counts from its creation.
+    MacDayBlock noStart = makeBlock("Notes", C::mind, at(2023, 3, 7, 9), at(2023, 3, 7, 10));
+    noStart.startDate.reset();
+    noStart.createdAt = at(2023, 3, 6, 23);
+    store->upsert(noStart);
 
-    const auto day = store->blocksOnDay(at(2023, 3, 7, 12));
-    ASSERT_EQ(day.size(), 3u);
-    EXPECT_EQ(day[0], night);
-    EXPECT_EQ(day[1], afternoon);
-    EXPECT_EQ(day[2], morning);
+    EXPECT_EQ(store->blocksOnDay(at(2023, 3, 7, 12)), (std::vector{night, afternoon, morning}));
+    EXPECT_EQ(store->blocksOnDay(at(2023, 3, 6, 12)).size(), 2u);
     EXPECT_TRUE(store->blocksOnDay(at(2023, 3, 8, 0, 15)).empty());
-}
-
-TEST_F(DayQueries, BlockWithoutStartCountsFromItsCreation) {
-    MacDayBlock block = makeBlock("Notes", C::mind, at(2023, 3, 7, 9), at(2023, 3, 7, 10));
-    block.startDate.reset();
-    block.createdAt = at(2023, 3, 6, 23);
-    store->upsert(block);
-    EXPECT_EQ(store->blocksOnDay(at(2023, 3, 6, 12)).size(), 1u);
-    EXPECT_TRUE(store->blocksOnDay(at(2023, 3, 7, 12)).empty());
 }
 
 TEST_F(DayQueries, TotalsAddWeightsOfTheDay) {
@@ -62,7 +58,8 @@ TEST_F(DayQueries, TotalsAddWeightsOfTheDay) {
 
 struct ShiftCase {
     const char* name;
-    int selectedDay, selectedHour;  // March 2023; today is the 8th, 10:00
+    int selectedDay, selectedHour;  // in March 2023, Berlin
+    int nowDay;                     // at 10:00
     int days;
     int expectedDay, expectedHour;  // expectedDay 0: now
 };
@@ -73,7 +70,7 @@ TEST_P(ShiftSelectedDate, MovesByCalendarDaysButNeverPastNow) {
     const ShiftCase& c = GetParam();
     scheduler.advanceTo(at(2023, 3, c.selectedDay, c.selectedHour));
     makeStore();  // selects the moment of creation
-    scheduler.advanceTo(at(2023, 3, 8, 10));
+    scheduler.advanceTo(at(2023, 3, c.nowDay, 10));
     store->shiftSelectedDate(c.days);
     const Date expected = c.expectedDay == 0 ? scheduler.now() : at(2023, 3, c.expectedDay, c.expectedHour);
     EXPECT_EQ(store->selectedDate(), expected);
@@ -81,24 +78,14 @@ TEST_P(ShiftSelectedDate, MovesByCalendarDaysButNeverPastNow) {
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, ShiftSelectedDate,
-    ::testing::Values(ShiftCase{"forwardFromYesterdayAfternoonStopsAtNow", 7, 15, 1, 0, 0},
-                      ShiftCase{"backFromYesterday", 7, 15, -1, 6, 15},
-                      ShiftCase{"forwardFromToday", 8, 9, 1, 0, 0},
-                      ShiftCase{"forwardFromYesterdayMorning", 7, 9, 1, 8, 9},
-                      ShiftCase{"backAWeek", 8, 9, -7, 1, 9}),
+    ::testing::Values(ShiftCase{"forwardFromYesterdayAfternoonStopsAtNow", 7, 15, 8, 1, 0, 0},
+                      ShiftCase{"backFromYesterday", 7, 15, 8, -1, 6, 15},
+                      ShiftCase{"forwardFromToday", 8, 9, 8, 1, 0, 0},
+                      ShiftCase{"forwardFromYesterdayMorning", 7, 9, 8, 1, 8, 9},
+                      ShiftCase{"backAWeek", 8, 9, 8, -7, 1, 9},
+                      // Berlin moves to summer time on the 26th: that day has 23 hours.
+                      ShiftCase{"overTheClockChangeKeepsTheTimeOfDay", 25, 15, 31, 1, 26, 15}),
     [](const auto& info) { return std::string(info.param.name); });
-
-class DaylightShift : public StoreFixture {};
-
-// Berlin moves to summer time on 26 March 2023.
-TEST_F(DaylightShift, KeepsTheTimeOfDay) {
-    scheduler.advanceTo(at(2023, 3, 25, 15));
-    makeStore();
-    scheduler.advanceTo(at(2023, 4, 1, 10));
-    store->shiftSelectedDate(1);
-    EXPECT_EQ(store->selectedDate(), at(2023, 3, 26, 15));
-    EXPECT_EQ(store->selectedDate() - at(2023, 3, 25, 15), 23 * 3600.0);
-}
 
 class DayEdits : public DayQueries {};
 
@@ -109,28 +96,32 @@ TEST_F(DayEdits, RecategorisingTouchesOnlyTheSelectedDayAndTeachesAnOverride) {
     storeSync().state().writeDirtyIDs({});
     scheduler.advance(60);
 
-    changeCategory(*store, summary("YouTube", C::entertainment), C::work);
+    store->changeCategory("YouTube", C::entertainment, C::work);
     EXPECT_EQ(store->blocks()[0].category, C::work);
     EXPECT_EQ(store->blocks()[0].modifiedAt, scheduler.now());
     EXPECT_EQ(store->blocks()[1], otherCategory);
     EXPECT_EQ(store->blocks()[2], yesterday);
     EXPECT_EQ(categoryOverride(defaults, "youtube"), C::work);
     EXPECT_EQ(dirtyIDs(), IdSet{today.id});
+    EXPECT_EQ(savedAfterDebounce(), store->blocks());
 }
 
-TEST_F(DayEdits, OverrideIsStoredEvenWhenNoBlockChanges) {
-    changeCategory(*store, summary("Figma", C::work), C::mind);
-    EXPECT_EQ(categoryOverride(defaults, "Figma"), C::mind);
-    EXPECT_FALSE(store->hasPendingSave());
-}
-
-TEST_F(DayEdits, SameCategoryOrAggregateChangesNothing) {
+TEST_F(DayEdits, EditsMatchingNoBlockChangeNoBlock) {
     add("Mail", C::work, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
+    scheduler.advance(1);
     const int writes = defaults.writes();
-    changeCategory(*store, summary("Mail", C::work), C::work);
-    changeCategory(*store, summary("Mail", C::work, true), C::mind);
-    EXPECT_EQ(defaults.writes(), writes);
+    store->changeCategory("Mail", C::work, C::work);
+    changeCategory(*store, MacActivitySummary{"__other", "Mail", C::work, 0, 0, {}, {}, true}, C::mind);
+    EXPECT_EQ(defaults.writes(), writes) << "same category, or the aggregate of small activities";
+
+    store->changeCategory("Figma", C::work, C::mind);
+    EXPECT_EQ(categoryOverride(defaults, "Figma"), C::mind) << "learnt even without a block to change";
+    store->deleteSummary("Other", C::chores);
+    store->deleteSummary("Mail", C::mind);
+    EXPECT_EQ(store->blocks().size(), 1u);
     EXPECT_EQ(store->blocks()[0].category, C::work);
+    EXPECT_TRUE(pendingDeleteIDs().empty());
+    EXPECT_FALSE(store->hasPendingSave());
 }
 
 TEST_F(DayEdits, DeletingMovesIdsFromDirtyToPendingDelete) {
@@ -138,28 +129,21 @@ TEST_F(DayEdits, DeletingMovesIdsFromDirtyToPendingDelete) {
     const auto b = add("Mail", C::work, at(2023, 3, 8, 9), at(2023, 3, 8, 9, 30));
     const auto otherDay = add("Mail", C::work, at(2023, 3, 7, 8), at(2023, 3, 7, 9));
     const auto otherCategory = add("Mail", C::mind, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
+    scheduler.advance(1);
 
-    deleteSummary(*store, summary("Mail", C::work));
+    store->deleteSummary("Mail", C::work);
     EXPECT_EQ(store->blocks(), (std::vector{otherDay, otherCategory}));
     EXPECT_EQ(pendingDeleteIDs(), (IdSet{a.id, b.id}));
     EXPECT_EQ(dirtyIDs(), (IdSet{otherDay.id, otherCategory.id}));
-    scheduler.advance(1);
-    EXPECT_EQ(files.writeCount, 1);
-}
-
-TEST_F(DayEdits, DeletingANameWithoutBlocksDoesNothing) {
-    add("Mail", C::work, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
-    deleteSummary(*store, summary("Other", C::chores, true));
-    EXPECT_EQ(store->blocks().size(), 1u);
-    EXPECT_TRUE(pendingDeleteIDs().empty());
+    EXPECT_EQ(savedAfterDebounce(), store->blocks());
 }
 
 TEST_F(DayEdits, WithSyncOffEditsStayLocal) {
     cloudSyncDisabled = true;
     makeStore();
     add("Mail", C::work, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
-    changeCategory(*store, summary("Mail", C::work), C::chores);
-    deleteSummary(*store, summary("Mail", C::chores));
+    store->changeCategory("Mail", C::work, C::chores);
+    store->deleteSummary("Mail", C::chores);
     EXPECT_TRUE(store->blocks().empty());
     EXPECT_FALSE(defaults.contains("cloudSync.dayBlocks.dirtyIDs"));
     EXPECT_FALSE(defaults.contains("cloudSync.dayBlocks.pendingDeleteIDs"));
@@ -171,8 +155,8 @@ TEST_F(DayEdits, ObserversHearEveryChange) {
     add("Mail", C::work, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
     store->shiftSelectedDate(-1);
     store->shiftSelectedDate(1);
-    changeCategory(*store, summary("Mail", C::work), C::chores);
-    deleteSummary(*store, summary("Mail", C::chores));
+    store->changeCategory("Mail", C::work, C::chores);
+    store->deleteSummary("Mail", C::chores);
     EXPECT_EQ(changes, 5);
 }
 
