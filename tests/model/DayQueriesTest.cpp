@@ -138,17 +138,6 @@ TEST_F(DayEdits, DeletingMovesIdsFromDirtyToPendingDelete) {
     EXPECT_EQ(savedAfterDebounce(), store->blocks());
 }
 
-TEST_F(DayEdits, WithSyncOffEditsStayLocal) {
-    cloudSyncDisabled = true;
-    makeStore();
-    add("Mail", C::work, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
-    store->changeCategory("Mail", C::work, C::chores);
-    store->deleteSummary("Mail", C::chores);
-    EXPECT_TRUE(store->blocks().empty());
-    EXPECT_FALSE(defaults.contains("cloudSync.dayBlocks.dirtyIDs"));
-    EXPECT_FALSE(defaults.contains("cloudSync.dayBlocks.pendingDeleteIDs"));
-}
-
 TEST_F(DayEdits, ObserversHearEveryChange) {
     int changes = 0;
     const Subscription subscription = store->observe([&] { ++changes; });

@@ -12,31 +12,28 @@ protected:
     }
 };
 
-TEST_F(MidnightSplit, CutsAtMidnightKeepingTheIdForTheFirstPiece) {
+TEST_F(MidnightSplit, CutsAtMidnightKeepingTheIdForTheFirstPieceAndSortsByStart) {
+    const MacDayBlock late = makeBlock("Late", MacBlockCategory::work, at(2023, 3, 9, 9), at(2023, 3, 9, 10));
     MacDayBlock block = makeBlock("Xcode", MacBlockCategory::work, at(2023, 3, 8, 22), at(2023, 3, 9, 2), 240);
     block.blockType = "imported";
-    const auto pieces = splitOf({block});
-    ASSERT_EQ(pieces.size(), 2u);
-    EXPECT_EQ(pieces[0].id, block.id);
-    EXPECT_EQ(pieces[0].startDate, at(2023, 3, 8, 22));
-    EXPECT_EQ(pieces[0].endDate, at(2023, 3, 9, 0));
-    EXPECT_DOUBLE_EQ(pieces[0].weight, 120);
-    EXPECT_EQ(pieces[0].createdAt, block.createdAt);
-    EXPECT_EQ(pieces[0].blockType, "imported");
-    EXPECT_EQ(pieces[0].note, block.note);
-
-    EXPECT_NE(pieces[1].id, block.id);
-    EXPECT_EQ(pieces[1].createdAt, at(2023, 3, 9, 0));
-    EXPECT_EQ(pieces[1].startDate, at(2023, 3, 9, 0));
-    EXPECT_EQ(pieces[1].endDate, at(2023, 3, 9, 2));
-    EXPECT_DOUBLE_EQ(pieces[1].weight, 120);
-    EXPECT_EQ(pieces[1].blockType, "tracked");
-    EXPECT_EQ(pieces[1].title, "Xcode");
-    EXPECT_EQ(pieces[1].note, block.note);
-    for (const auto& piece : pieces) EXPECT_EQ(piece.modifiedAt, scheduler.now());
-
-    EXPECT_EQ(dirtyIDs(), (IdSet{pieces[0].id, pieces[1].id}));
-    EXPECT_EQ(*decodeBlocks(files.files.at(blocksPath)), pieces) << "saved at once";
+    const auto result = splitOf({late, block});
+    ASSERT_EQ(result.size(), 3u);
+    MacDayBlock first = block;
+    first.endDate = at(2023, 3, 9);
+    first.weight = 120;
+    first.modifiedAt = scheduler.now();
+    EXPECT_EQ(result[0], first);
+    MacDayBlock second = first;
+    second.id = result[1].id;
+    second.createdAt = at(2023, 3, 9);
+    second.startDate = at(2023, 3, 9);
+    second.endDate = block.endDate;
+    second.blockType = "tracked";
+    EXPECT_NE(second.id, block.id);
+    EXPECT_EQ(result[1], second);
+    EXPECT_EQ(result[2], late);
+    EXPECT_EQ(dirtyIDs(), (IdSet{first.id, second.id}));
+    EXPECT_EQ(*decodeBlocks(files.files.at(blocksPath)), result) << "saved at once";
     EXPECT_TRUE(defaults.boolValue("didSplitMidnightSpanningBlocks"));
 }
 
@@ -109,21 +106,20 @@ TEST_F(MidnightSplit, RunsOnlyOncePerUser) {
     EXPECT_EQ(splitOf({block}), std::vector{block});
 }
 
-TEST_F(MidnightSplit, ResultIsSortedByStartWhenSomethingWasCut) {
-    const MacDayBlock late = makeBlock("Late", MacBlockCategory::work, at(2023, 3, 9, 9), at(2023, 3, 9, 10));
-    const MacDayBlock night = makeBlock("Night", MacBlockCategory::sleep, at(2023, 3, 8, 23), at(2023, 3, 9, 7));
-    const auto blocks = splitOf({late, night});
-    ASSERT_EQ(blocks.size(), 3u);
-    EXPECT_EQ(blocks[0].title, "Night");
-    EXPECT_EQ(blocks[1].title, "Night");
-    EXPECT_EQ(blocks[2].title, "Late");
-}
-
-TEST_F(MidnightSplit, WithSyncOffNothingIsMarked) {
+// The split on load, a recording and the day edits, all without a cloud.
+TEST_F(MidnightSplit, WithSyncOffNothingIsMarkedForTheCloud) {
+    using C = MacBlockCategory;
     cloudSyncDisabled = true;
-    splitOf({makeBlock("Xcode", MacBlockCategory::work, at(2023, 3, 8, 22), at(2023, 3, 9, 2))});
+    scheduler.advanceTo(at(2023, 3, 9, 12));
+    EXPECT_EQ(splitOf({makeBlock("Xcode", C::work, at(2023, 3, 8, 22), at(2023, 3, 9, 2))}).size(), 2u);
+    store->recordSession("Mail", C::work, at(2023, 3, 9, 8), at(2023, 3, 9, 9), std::nullopt);
+    EXPECT_EQ(store->syncMessage(), "mac.sync.testmode");
+    store->changeCategory("Mail", C::work, C::chores);
+    EXPECT_EQ(store->blocks().back().category, C::chores);
+    store->deleteSummary("Mail", C::chores);
     EXPECT_EQ(store->blocks().size(), 2u);
     EXPECT_FALSE(defaults.contains("cloudSync.dayBlocks.dirtyIDs"));
+    EXPECT_FALSE(defaults.contains("cloudSync.dayBlocks.pendingDeleteIDs"));
 }
 
 }  // namespace
