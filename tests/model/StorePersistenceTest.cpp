@@ -112,6 +112,7 @@ TEST_F(StorePersistence, SaveNowCancelsThePendingSave) {
 }
 
 TEST_F(StorePersistence, FailedWriteKeepsThePreviousFileAndTheNextSaveRetries) {
+    cloudSyncDisabled = true;  // nothing else writes to the output
     makeStore();
     store->upsert(twoBlocks()[0]);
     ASSERT_TRUE(store->saveNow());
@@ -119,13 +120,16 @@ TEST_F(StorePersistence, FailedWriteKeepsThePreviousFileAndTheNextSaveRetries) {
 
     files.writeFailure = "No space left on device";
     store->upsert(twoBlocks()[1]);
+    scheduler.advance(1);  // the debounced save fails too
     EXPECT_FALSE(store->saveNow());
+    EXPECT_FALSE(store->hasPendingSave());
     EXPECT_EQ(files.files.at(blocksPath), before);
-    EXPECT_EQ(store->blocks().size(), 2u);
+    EXPECT_EQ(store->blocks().size(), 2u) << "the store keeps recording";
+    EXPECT_EQ(output.str(), "") << "failed saves are silent";
 
     files.writeFailure.reset();
     EXPECT_TRUE(store->saveNow());
-    EXPECT_EQ(savedBlocks().size(), 2u);
+    EXPECT_EQ(savedBlocks(), store->blocks());
 }
 
 TEST_F(StorePersistence, NoApplicationSupportFolderMeansNoFileButAWorkingStore) {

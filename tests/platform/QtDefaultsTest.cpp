@@ -6,16 +6,17 @@
 namespace plenda {
 namespace {
 
-class QtDefaultsFile : public ::testing::Test {
-protected:
+// A corrupt file reads as empty and new writes replace it.
+TEST(QtDefaultsFile, EveryTypeComesBackAsItWasStoredAfterARestartEvenOverACorruptFile) {
     QTemporaryDir folder;
-    QString path() const { return folder.filePath("Plenda.json"); }
-    std::unique_ptr<QtDefaults> open() {
-        return std::make_unique<QtDefaults>(std::make_unique<QSettings>(path(), QtDefaults::typedJsonFormat()));
-    }
-};
-
-TEST_F(QtDefaultsFile, EveryTypeComesBackAsItWasStoredAfterARestart) {
+    const QString path = folder.filePath("Plenda.json");
+    const auto open = [&] {
+        return std::make_unique<QtDefaults>(std::make_unique<QSettings>(path, QtDefaults::typedJsonFormat()));
+    };
+    QFile corrupt(path);
+    ASSERT_TRUE(corrupt.open(QIODevice::WriteOnly));
+    corrupt.write("{ not json");
+    corrupt.close();
     const std::vector<std::pair<std::string, DefaultsValue>> values = {
         {"trackingEnabled", false},
         {"idleThresholdSeconds", 600.0},
@@ -29,6 +30,7 @@ TEST_F(QtDefaultsFile, EveryTypeComesBackAsItWasStoredAfterARestart) {
     };
     {
         auto defaults = open();
+        EXPECT_FALSE(defaults->object("trackingEnabled"));
         for (const auto& [key, value] : values) defaults->set(key, value);
         defaults->synchronize();
     }
@@ -39,16 +41,6 @@ TEST_F(QtDefaultsFile, EveryTypeComesBackAsItWasStoredAfterARestart) {
     reopened->remove("trackingEnabled");
     EXPECT_FALSE(reopened->object("trackingEnabled"));
     EXPECT_FALSE(reopened->object("never.written"));
-}
-
-TEST_F(QtDefaultsFile, ACorruptFileReadsAsEmptyWithoutLosingNewWrites) {
-    {
-        QFile file(path());
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write("{ not json");
-    }
-    auto defaults = open();
-    EXPECT_FALSE(defaults->object("trackingEnabled"));
 }
 
 TEST(QtDefaultsVariants, ConvertBothWays) {

@@ -1,13 +1,6 @@
-// The store on real files when the disk is full or the folder read-only:
-// the previous file stays whole, no temporary file is left behind, the store
-// keeps recording, saves stay silent, and the next save after the fault
-// writes everything.
-#include "fakes/KeyStringTable.h"
-#include "fakes/MemoryDefaults.h"
-#include "fakes/VirtualScheduler.h"
-#include "model/MacActivityStore.h"
-#include "model/MacDayBlockJson.h"
-#include "platform/IcuCalendar.h"
+// Real files when the disk is full, the folder read-only or the file's place
+// taken: a failed write leaves the previous file whole and no temporary file
+// behind, and the next write after the fault succeeds.
 #include "platform/qt/QtFiles.h"
 
 #include <QDir>
@@ -15,9 +8,8 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <functional>
 #include <linux/capability.h>
-#include <sstream>
+#include <optional>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -26,146 +18,85 @@
 namespace plenda {
 namespace {
 
-// Root ignores file modes; taking the file-permission capabilities out of this
-// thread's effective set (always allowed, and undone from the permitted set)
-// makes a read-only folder read-only for the test, as it is for a user.
-class WithoutPermissionOverride {
-public:
-    WithoutPermissionOverride() {
-        header_.version = _LINUX_CAPABILITY_VERSION_3;
-        if (syscall(SYS_capget, &header_, saved_) != 0) return;
-        __user_cap_data_struct reduced[2] = {saved_[0], saved_[1]};
-        for (int capability : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH, CAP_FOWNER}) {
-            reduced[capability / 32].effective &= ~(1u << (capability % 32));
-        }
-        active_ = syscall(SYS_capset, &header_, reduced) == 0;
-    }
-    ~WithoutPermissionOverride() {
-        if (active_) syscall(SYS_capset, &header_, saved_);
-    }
-    WithoutPermissionOverride(const WithoutPermissionOverride&) = delete;
-    WithoutPermissionOverride& operator=(const WithoutPermissionOverride&) = delete;
-
-private:
-    __user_cap_header_struct header_{};
-    __user_cap_data_struct saved_[2]{};
-    bool active_ = false;
-};
-
 // Writes beyond `bytes` fail with EFBIG, as on a full disk, for root too.
-class FileSizeLimit {
-public:
+struct FileSizeLimit {
+    rlimit saved{};
+    void (*previousHandler)(int) = std::signal(SIGXFSZ, SIG_IGN);
     explicit FileSizeLimit(rlim_t bytes) {
-        getrlimit(RLIMIT_FSIZE, &saved_);
-        previousHandler_ = std::signal(SIGXFSZ, SIG_IGN);
-        rlimit limited = saved_;
+        getrlimit(RLIMIT_FSIZE, &saved);
+        rlimit limited = saved;
         limited.rlim_cur = bytes;
         setrlimit(RLIMIT_FSIZE, &limited);
     }
     ~FileSizeLimit() {
-        setrlimit(RLIMIT_FSIZE, &saved_);
-        std::signal(SIGXFSZ, previousHandler_);
+        setrlimit(RLIMIT_FSIZE, &saved);
+        std::signal(SIGXFSZ, previousHandler);
     }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+};
 
-private:
-    rlimit saved_{};
-    void (*previousHandler_)(int) = nullptr;
+// Root ignores file modes; taking the file-permission capabilities out of this
+// thread's effective set (always allowed, and undone from the permitted set)
+// makes a read-only folder read-only for the test, as it is for a user.
+struct WithoutPermissionOverride {
+    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct saved[2]{};
+    bool active = false;
+    WithoutPermissionOverride() {
+        if (syscall(SYS_capget, &header, saved) != 0) return;
+        __user_cap_data_struct reduced[2] = {saved[0], saved[1]};
+        for (int capability : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH, CAP_FOWNER}) {
+            reduced[capability / 32].effective &= ~(1u << (capability % 32));
+        }
+        active = syscall(SYS_capset, &header, reduced) == 0;
+    }
+    ~WithoutPermissionOverride() {
+        if (active) syscall(SYS_capset, &header, saved);
+    }
 };
 
 struct Fault {
     const char* name;
-    // Sets the fault up and returns what undoes it.
-    std::function<std::function<void()>(const std::string& folder)> begin;
+    std::size_t bytes;  // written; on a full disk half of them fit
 };
 
-class SaveFailureTest : public ::testing::TestWithParam<Fault> {
-protected:
+class SaveFailure : public ::testing::TestWithParam<Fault> {};
+
+TEST_P(SaveFailure, PreviousFileStaysWholeAndNoTemporaryFileIsLeft) {
     QTemporaryDir root;
-    QtFiles files{root.path().toStdString()};
-    VirtualScheduler scheduler{Date(700000000)};
-    IcuCalendar calendar{"Europe/Berlin"};
-    MemoryDefaults defaults;
-    KeyStringTable strings;
-    std::ostringstream output;
-    MacActivityStore store{{scheduler, scheduler, calendar, defaults, files, strings, true, &Uuid::random, output}};
-
-    std::string folder() const { return root.filePath("Plenda").toStdString(); }
-    std::string blockFile() const { return folder() + "/blocks.json"; }
-    std::vector<MacDayBlock> onDisk() const {
-        const FileRead read = files.readFile(blockFile());
-        EXPECT_EQ(read.status, FileRead::Status::ok) << read.error;
-        std::string error;
-        auto blocks = decodeBlocks(read.bytes, &error);
-        EXPECT_TRUE(blocks) << error;
-        return blocks.value_or(std::vector<MacDayBlock>{});
+    QtFiles files(root.path().toStdString());
+    const QString folder = root.filePath("Plenda"), target = folder + "/blocks.json", aside = target + ".aside";
+    ASSERT_TRUE(files.createDirectories(folder.toStdString()));
+    ASSERT_FALSE(files.writeFileAtomically(target.toStdString(), "[\"previous\"]"));
+    const std::string_view fault = GetParam().name;
+    {
+        std::optional<FileSizeLimit> limit;
+        std::optional<WithoutPermissionOverride> asUser;
+        if (fault.starts_with("DiskFull")) {
+            limit.emplace(GetParam().bytes / 2);
+        } else if (fault == "ReadOnlyFolder") {
+            chmod(qPrintable(folder), 0500);
+            asUser.emplace();
+        } else {  // something else took the file's place; renaming over a folder fails
+            QDir().rename(target, aside);
+            QDir().mkdir(target);
+        }
+        EXPECT_TRUE(files.writeFileAtomically(target.toStdString(), std::string(GetParam().bytes, 'x')));
     }
-    QStringList folderEntries() const {
-        return QDir(QString::fromStdString(folder())).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden);
-    }
-    // Ten minutes of work with a long title, so each save is bigger than the last.
-    void work(int session) {
-        const Date start = scheduler.now();
-        scheduler.advance(600);
-        store.recordSession("Session " + std::to_string(session) + " " + std::string(2000, 'x'),
-                            MacBlockCategory::work, start, scheduler.now(), "Logged automatically on Mac");
-        scheduler.advance(60);
-    }
-};
+    chmod(qPrintable(folder), 0700);
+    if (QDir().rmdir(target)) QDir().rename(aside, target);
 
-TEST_P(SaveFailureTest, PreviousFileStaysAndTheNextSaveWritesEverything) {
-    for (int i = 0; i < 3; ++i) work(i);
-    ASSERT_EQ(onDisk().size(), 3u);
-    const auto before = onDisk();
-
-    std::function<void()> undo = GetParam().begin(folder());
-    for (int i = 3; i < 6; ++i) work(i);  // each debounced save fails
-    EXPECT_FALSE(store.saveNow());
-    EXPECT_EQ(store.blocks().size(), 6u) << "the store keeps recording";
-    EXPECT_FALSE(store.hasPendingSave());
-    undo();
-
-    EXPECT_EQ(onDisk(), before) << "the previous file is untouched";
-    EXPECT_EQ(folderEntries(), QStringList{"blocks.json"}) << "no temporary file is left";
-    EXPECT_EQ(output.str(), "") << "failed saves are silent";
-
-    work(6);  // the next save after the fault
-    EXPECT_EQ(onDisk(), store.blocks());
-    EXPECT_EQ(onDisk().size(), 7u);
-    EXPECT_EQ(folderEntries(), QStringList{"blocks.json"});
+    EXPECT_EQ(files.readFile(target.toStdString()).bytes, "[\"previous\"]");
+    EXPECT_EQ(QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden),
+              QStringList{"blocks.json"});
+    EXPECT_FALSE(files.writeFileAtomically(target.toStdString(), "[]")) << "the next write succeeds";
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Faults, SaveFailureTest,
-    ::testing::Values(
-        Fault{"DiskFull",
-              [](const std::string&) {
-                  auto limit = std::make_shared<FileSizeLimit>(8 * 1024);
-                  return [limit]() mutable { limit.reset(); };
-              }},
-        Fault{"ReadOnlyFolder",
-              [](const std::string& folder) {
-                  chmod(folder.c_str(), 0500);
-                  auto asUser = std::make_shared<WithoutPermissionOverride>();
-                  return [asUser, folder]() mutable {
-                      asUser.reset();
-                      chmod(folder.c_str(), 0700);
-                  };
-              }},
-        Fault{"FileReplacedByFolder",
-              [](const std::string& folder) {
-                  // Something else took the file's place; renaming over a folder fails.
-                  const QString file = QString::fromStdString(folder + "/blocks.json");
-                  const QString aside = file + ".aside";
-                  QDir().rename(file, aside);
-                  QDir().mkdir(file);
-                  return [file, aside] {
-                      QDir().rmdir(file);
-                      QDir().rename(aside, file);
-                  };
-              }}),
-    [](const auto& info) { return std::string(info.param.name); });
+// Small writes sit in a buffer until commit unless the file is unbuffered.
+INSTANTIATE_TEST_SUITE_P(Faults, SaveFailure,
+                         ::testing::Values(Fault{"DiskFullSmallWrite", 2 * 1024}, Fault{"DiskFull", 12 * 1024},
+                                           Fault{"DiskFullLargeWrite", 1024 * 1024}, Fault{"ReadOnlyFolder", 8 * 1024},
+                                           Fault{"FileReplacedByFolder", 8 * 1024}),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace
 }  // namespace plenda

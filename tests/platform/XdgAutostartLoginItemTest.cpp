@@ -30,12 +30,9 @@ TEST_F(XdgAutostart, RegisterWritesAnEntryThatUnregisterRemoves) {
     EXPECT_FALSE(item.unregisterItem());
     EXPECT_FALSE(item.isEnabled());
     EXPECT_FALSE(item.unregisterItem()) << "unregistering twice is fine";
-}
 
-TEST_F(XdgAutostart, ExecutablePathsWithBlanksAreQuoted) {
-    XdgAutostartLoginItem item(folder(), "/home/me/My Apps/plenda");
-    ASSERT_FALSE(item.registerItem());
-    EXPECT_NE(entry(item).find("Exec=\"/home/me/My Apps/plenda\"\n"), std::string::npos);
+    ASSERT_FALSE(XdgAutostartLoginItem(folder(), "/home/me/My Apps/plenda").registerItem());
+    EXPECT_NE(entry(item).find("Exec=\"/home/me/My Apps/plenda\"\n"), std::string::npos) << "blanks are quoted";
 }
 
 TEST_F(XdgAutostart, AnEntryTheUserHidOrEmptiedIsNotEnabled) {
