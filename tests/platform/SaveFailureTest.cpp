@@ -8,12 +8,10 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <linux/capability.h>
 #include <optional>
+#include <sys/fsuid.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 namespace plenda {
 namespace {
@@ -34,24 +32,11 @@ struct FileSizeLimit {
     }
 };
 
-// Root ignores file modes; taking the file-permission capabilities out of this
-// thread's effective set (always allowed, and undone from the permitted set)
-// makes a read-only folder read-only for the test, as it is for a user.
-struct WithoutPermissionOverride {
-    __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
-    __user_cap_data_struct saved[2]{};
-    bool active = false;
-    WithoutPermissionOverride() {
-        if (syscall(SYS_capget, &header, saved) != 0) return;
-        __user_cap_data_struct reduced[2] = {saved[0], saved[1]};
-        for (int capability : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH, CAP_FOWNER}) {
-            reduced[capability / 32].effective &= ~(1u << (capability % 32));
-        }
-        active = syscall(SYS_capset, &header, reduced) == 0;
-    }
-    ~WithoutPermissionOverride() {
-        if (active) syscall(SYS_capset, &header, saved);
-    }
+// Root ignores file modes; touching files as another user for a moment makes
+// a read-only folder read-only for the test, as it is for a user.
+struct AsAnotherUser {
+    uid_t saved = static_cast<uid_t>(setfsuid(65534));
+    ~AsAnotherUser() { setfsuid(saved); }
 };
 
 struct Fault {
@@ -70,11 +55,12 @@ TEST_P(SaveFailure, PreviousFileStaysWholeAndNoTemporaryFileIsLeft) {
     const std::string_view fault = GetParam().name;
     {
         std::optional<FileSizeLimit> limit;
-        std::optional<WithoutPermissionOverride> asUser;
+        std::optional<AsAnotherUser> asUser;
         if (fault.starts_with("DiskFull")) {
             limit.emplace(GetParam().bytes / 2);
         } else if (fault == "ReadOnlyFolder") {
-            chmod(qPrintable(folder), 0500);
+            chmod(qPrintable(root.path()), 0755);
+            chmod(qPrintable(folder), 0555);
             asUser.emplace();
         } else {  // something else took the file's place; renaming over a folder fails
             QDir().rename(target, aside);
