@@ -11,6 +11,7 @@
 #include <csignal>
 #include <cstdio>
 #include <fstream>
+#include <optional>
 #include <random>
 #include <set>
 #include <string>
@@ -21,15 +22,11 @@
 namespace plenda {
 namespace {
 
-struct WriterRun {
-    std::size_t lastCompletedSave = 0;
-    int saves = 0;
-};
-
 // Starts the writer, lets it run for `runFor` (counted from its first
 // completed save when `afterFirstSave`), kills it with SIGKILL and returns
-// what it reported as saved.
-WriterRun killDuringSaves(const std::string& folder, std::chrono::microseconds runFor, bool afterFirstSave) {
+// the block count of the last save it reported as completed.
+std::optional<std::size_t> killDuringSaves(const std::string& folder, std::chrono::microseconds runFor,
+                                           bool afterFirstSave) {
     int pipeFds[2];
     EXPECT_EQ(pipe(pipeFds), 0);
     const pid_t child = fork();
@@ -41,11 +38,12 @@ WriterRun killDuringSaves(const std::string& folder, std::chrono::microseconds r
     }
     close(pipeFds[1]);
     FILE* output = fdopen(pipeFds[0], "r");
-    WriterRun run;
+    std::optional<std::size_t> lastSave;
     const auto readSave = [&] {
-        const bool read = std::fscanf(output, " saved %zu", &run.lastCompletedSave) == 1;
-        run.saves += read;
-        return read;
+        std::size_t count = 0;
+        if (std::fscanf(output, " saved %zu", &count) != 1) return false;
+        lastSave = count;
+        return true;
     };
     if (afterFirstSave) readSave();
     // A real process has to be killed at a real moment.
@@ -56,7 +54,7 @@ WriterRun killDuringSaves(const std::string& folder, std::chrono::microseconds r
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << "the writer must not stop by itself";
     while (readSave()) continue;
     std::fclose(output);
-    return run;
+    return lastSave;
 }
 
 TEST(CrashSafety, KilledMidSaveTheFileStillHoldsTheLastCompletedSave) {
@@ -69,13 +67,13 @@ TEST(CrashSafety, KilledMidSaveTheFileStillHoldsTheLastCompletedSave) {
 
     for (; kills < 200; ++kills) {
         // Most kills land among saves; every fifth may land during start-up.
-        const WriterRun run = killDuringSaves(folder.path().toStdString(),
+        const auto lastSave = killDuringSaves(folder.path().toStdString(),
                                               std::chrono::microseconds(microseconds(random)), kills % 5 != 0);
-        killsWithSaves += run.saves > 0;
+        killsWithSaves += lastSave.has_value();
 
         std::ifstream in(path, std::ios::binary);
         if (!in) {
-            ASSERT_EQ(run.saves, 0) << "a save completed but there is no file";
+            ASSERT_FALSE(lastSave) << "a save completed but there is no file";
             continue;
         }
         const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
@@ -85,7 +83,7 @@ TEST(CrashSafety, KilledMidSaveTheFileStillHoldsTheLastCompletedSave) {
 
         std::set<std::string> titles;
         for (const MacDayBlock& block : *blocks) titles.insert(block.title);
-        const std::size_t mustHold = std::max(run.lastCompletedSave, previousCount);
+        const std::size_t mustHold = std::max(lastSave.value_or(0), previousCount);
         for (std::size_t i = 0; i < mustHold; ++i) {
             ASSERT_TRUE(titles.contains("Session " + std::to_string(i))) << "after kill " << kills << " block " << i;
         }

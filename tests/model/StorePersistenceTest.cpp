@@ -84,7 +84,7 @@ TEST_F(StorePersistence, UnreadableFileIsMovedAside) {
     EXPECT_NE(output.str().find("Permission denied"), std::string::npos);
 }
 
-TEST_F(StorePersistence, ScheduledSavesCollapseIntoOneWriteAfterTheLast) {
+TEST_F(StorePersistence, SavesCollapseIntoOneWriteAfterTheLastUnlessSavedNowOrDestroyed) {
     makeStore();
     for (int i = 0; i < 3; ++i) {
         store->scheduleSave();
@@ -95,20 +95,15 @@ TEST_F(StorePersistence, ScheduledSavesCollapseIntoOneWriteAfterTheLast) {
     EXPECT_EQ(files.writeCount, 0) << "0.74 s after the third call";
     scheduler.advance(0.02);
     EXPECT_EQ(files.writeCount, 1);
-    scheduler.advance(10);
-    EXPECT_EQ(files.writeCount, 1);
-}
 
-TEST_F(StorePersistence, SaveNowAndDestructionCancelThePendingSave) {
-    makeStore();
     store->scheduleSave();
     EXPECT_TRUE(store->hasPendingSave());
     EXPECT_TRUE(store->saveNow());
     EXPECT_FALSE(store->hasPendingSave());
     store->scheduleSave();
     store.reset();
-    scheduler.advance(5);
-    EXPECT_EQ(files.writeCount, 1);
+    scheduler.advance(10);
+    EXPECT_EQ(files.writeCount, 2);
 }
 
 TEST_F(StorePersistence, FailedWriteKeepsThePreviousFileAndTheNextSaveRetries) {
@@ -231,7 +226,7 @@ TEST_F(MidnightSplit, BlockEndingExactlyAtMidnightIsRewrittenButNotCut) {
     EXPECT_EQ(dirtyIDs(), IdSet{block.id});
 }
 
-TEST_F(MidnightSplit, BlocksWithoutASpanPassUntouchedAndNothingIsSaved) {
+TEST_F(MidnightSplit, BlocksWithoutASpanPassUntouchedAndItRunsOnlyOnce) {
     MacDayBlock noStart = makeBlock("A", MacBlockCategory::work, at(2023, 3, 8, 22), at(2023, 3, 9, 2));
     noStart.startDate.reset();
     MacDayBlock backwards = makeBlock("B", MacBlockCategory::work, at(2023, 3, 9, 2), at(2023, 3, 8, 22));
@@ -241,13 +236,9 @@ TEST_F(MidnightSplit, BlocksWithoutASpanPassUntouchedAndNothingIsSaved) {
     EXPECT_EQ(splitOf(blocks), blocks);
     EXPECT_EQ(files.writeCount, 0);
     EXPECT_TRUE(dirtyIDs().empty());
-    EXPECT_TRUE(defaults.boolValue("didSplitMidnightSpanningBlocks"));
-}
 
-TEST_F(MidnightSplit, RunsOnlyOncePerUser) {
-    defaults.setBool("didSplitMidnightSpanningBlocks", true);
-    const MacDayBlock block = makeBlock("Pulled", MacBlockCategory::work, at(2023, 3, 8, 22), at(2023, 3, 9, 2));
-    EXPECT_EQ(splitOf({block}), std::vector{block});
+    const MacDayBlock pulled = makeBlock("Pulled", MacBlockCategory::work, at(2023, 3, 8, 22), at(2023, 3, 9, 2));
+    EXPECT_EQ(splitOf({pulled}), std::vector{pulled}) << "the next launch splits nothing";
 }
 
 // The split on load, a recording and the day edits, all without a cloud.

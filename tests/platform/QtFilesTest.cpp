@@ -1,8 +1,13 @@
 #include "platform/qt/QtFiles.h"
 
+#include <QDir>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <optional>
+#include <sys/fsuid.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace plenda {
@@ -40,6 +45,77 @@ TEST(QtFilesDefault, ApplicationSupportFollowsXdgDataHome) {
     EXPECT_EQ(QtFiles().applicationSupportDirectory(), home.path().toStdString());
     if (saved.isEmpty()) qunsetenv("XDG_DATA_HOME"); else qputenv("XDG_DATA_HOME", saved);
 }
+
+// Real files when the disk is full, the folder read-only or the file's place
+// taken: a failed write leaves the previous file whole and no temporary file
+// behind, and the next write after the fault succeeds.
+// Writes beyond `bytes` fail with EFBIG, as on a full disk, for root too.
+struct FileSizeLimit {
+    rlimit saved{};
+    void (*previousHandler)(int) = std::signal(SIGXFSZ, SIG_IGN);
+    explicit FileSizeLimit(rlim_t bytes) {
+        getrlimit(RLIMIT_FSIZE, &saved);
+        rlimit limited = saved;
+        limited.rlim_cur = bytes;
+        setrlimit(RLIMIT_FSIZE, &limited);
+    }
+    ~FileSizeLimit() {
+        setrlimit(RLIMIT_FSIZE, &saved);
+        std::signal(SIGXFSZ, previousHandler);
+    }
+};
+
+// Root ignores file modes; touching files as another user for a moment makes
+// a read-only folder read-only for the test, as it is for a user.
+struct AsAnotherUser {
+    uid_t saved = static_cast<uid_t>(setfsuid(65534));
+    ~AsAnotherUser() { setfsuid(saved); }
+};
+
+struct Fault {
+    const char* name;
+    std::size_t bytes;  // written; on a full disk half of them fit
+};
+
+class SaveFailure : public ::testing::TestWithParam<Fault> {};
+
+TEST_P(SaveFailure, PreviousFileStaysWholeAndNoTemporaryFileIsLeft) {
+    QTemporaryDir root;
+    QtFiles files(root.path().toStdString());
+    const QString folder = root.filePath("Plenda"), target = folder + "/blocks.json", aside = target + ".aside";
+    ASSERT_TRUE(files.createDirectories(folder.toStdString()));
+    ASSERT_FALSE(files.writeFileAtomically(target.toStdString(), "[\"previous\"]"));
+    const std::string_view fault = GetParam().name;
+    {
+        std::optional<FileSizeLimit> limit;
+        std::optional<AsAnotherUser> asUser;
+        if (fault.starts_with("DiskFull")) {
+            limit.emplace(GetParam().bytes / 2);
+        } else if (fault == "ReadOnlyFolder") {
+            chmod(qPrintable(root.path()), 0755);
+            chmod(qPrintable(folder), 0555);
+            asUser.emplace();
+        } else {  // something else took the file's place; renaming over a folder fails
+            QDir().rename(target, aside);
+            QDir().mkdir(target);
+        }
+        EXPECT_TRUE(files.writeFileAtomically(target.toStdString(), std::string(GetParam().bytes, 'x')));
+    }
+    chmod(qPrintable(folder), 0700);
+    if (QDir().rmdir(target)) QDir().rename(aside, target);
+
+    EXPECT_EQ(files.readFile(target.toStdString()).bytes, "[\"previous\"]");
+    EXPECT_EQ(QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden),
+              QStringList{"blocks.json"});
+    EXPECT_FALSE(files.writeFileAtomically(target.toStdString(), "[]")) << "the next write succeeds";
+}
+
+// Small writes sit in a buffer until commit unless the file is unbuffered.
+INSTANTIATE_TEST_SUITE_P(Faults, SaveFailure,
+                         ::testing::Values(Fault{"DiskFullSmallWrite", 2 * 1024}, Fault{"DiskFull", 12 * 1024},
+                                           Fault{"DiskFullLargeWrite", 1024 * 1024}, Fault{"ReadOnlyFolder", 8 * 1024},
+                                           Fault{"FileReplacedByFolder", 8 * 1024}),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace
 }  // namespace plenda
