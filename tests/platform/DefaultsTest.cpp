@@ -4,6 +4,8 @@
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 namespace plenda {
 namespace {
 
@@ -56,10 +58,7 @@ TEST(QtDefaultsFile, EveryTypeComesBackAsItWasStoredAfterARestartEvenOverACorrup
     const auto open = [&] {
         return std::make_unique<QtDefaults>(std::make_unique<QSettings>(path, QtDefaults::typedJsonFormat()));
     };
-    QFile corrupt(path);
-    ASSERT_TRUE(corrupt.open(QIODevice::WriteOnly));
-    corrupt.write("{ not json");
-    corrupt.close();
+    std::ofstream(path.toStdString()) << "{ not json";
     const std::vector<std::pair<std::string, DefaultsValue>> values = {
         {"trackingEnabled", false},
         {"idleThresholdSeconds", 600.0},

@@ -2,10 +2,10 @@
 #include "platform/linux/X11Accessibility.h"
 
 #include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
-
 #include <gtest/gtest.h>
+
+#include <fstream>
 
 namespace plenda {
 namespace {
@@ -17,9 +17,7 @@ protected:
     void write(const QTemporaryDir& folder, const QString& relative, const std::string& text) {
         const QString path = folder.filePath(relative);
         QDir().mkpath(QFileInfo(path).path());
-        QFile file(path);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(text.data(), static_cast<qint64>(text.size()));
+        std::ofstream(path.toStdString()) << text;
     }
     DesktopEntries entries(const std::string& locale = "de_DE") {
         return DesktopEntries({user.path().toStdString(), system.path().toStdString()}, locale);
