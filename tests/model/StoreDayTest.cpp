@@ -61,11 +61,15 @@ protected:
     }
 };
 
-TEST_F(DayQueries, BlocksBelongToTheDayTheyStartOnLatestFirst) {
+TEST_F(DayQueries, BlocksAndTotalsBelongToTheDayTheyStartOn) {
+    EXPECT_EQ(store->todayMinutes(), 0);
+    EXPECT_EQ(store->selectedDayMinutes(), 0);
+    EXPECT_FALSE(store->earliestBlockDate());
     const auto morning = add("Mail", C::work, at(2023, 3, 7, 9), at(2023, 3, 7, 10));
     const auto afternoon = add("Xcode", C::work, at(2023, 3, 7, 14), at(2023, 3, 7, 15));
     const auto night = add("Film", C::entertainment, at(2023, 3, 7, 23, 30), at(2023, 3, 8, 0, 30));
     add("Other day", C::work, at(2023, 3, 6, 23, 59), at(2023, 3, 7, 0, 10));
+    add("Today", C::work, at(2023, 3, 8, 8), at(2023, 3, 8, 8, 45));
     // Without a start a block counts from its creation.
     MacDayBlock noStart = makeBlock("Notes", C::mind, at(2023, 3, 7, 9), at(2023, 3, 7, 10));
     noStart.startDate.reset();
@@ -74,21 +78,12 @@ TEST_F(DayQueries, BlocksBelongToTheDayTheyStartOnLatestFirst) {
 
     EXPECT_EQ(store->blocksOnDay(at(2023, 3, 7, 12)), (std::vector{night, afternoon, morning}));
     EXPECT_EQ(store->blocksOnDay(at(2023, 3, 6, 12)).size(), 2u);
-    EXPECT_TRUE(store->blocksOnDay(at(2023, 3, 8, 0, 15)).empty());
-}
-
-TEST_F(DayQueries, TotalsAddWeightsOfTheDay) {
-    EXPECT_EQ(store->todayMinutes(), 0);
-    EXPECT_EQ(store->selectedDayMinutes(), 0);
-    EXPECT_FALSE(store->earliestBlockDate());
-    add("Mail", C::work, at(2023, 3, 8, 8), at(2023, 3, 8, 8, 45));
-    add("Xcode", C::work, at(2023, 3, 8, 9), at(2023, 3, 8, 9, 30));
-    add("Yesterday", C::work, at(2023, 3, 7, 9), at(2023, 3, 7, 9, 20));
-    EXPECT_DOUBLE_EQ(store->todayMinutes(), 75);
+    EXPECT_EQ(store->blocksOnDay(at(2023, 3, 8, 0, 15)).size(), 1u);
+    EXPECT_DOUBLE_EQ(store->todayMinutes(), 45);
     store->shiftSelectedDate(-1);
-    EXPECT_DOUBLE_EQ(store->selectedDayMinutes(), 20);
-    EXPECT_DOUBLE_EQ(store->todayMinutes(), 75);
-    EXPECT_EQ(store->earliestBlockDate(), at(2023, 3, 7, 9));
+    EXPECT_DOUBLE_EQ(store->selectedDayMinutes(), 180);
+    EXPECT_DOUBLE_EQ(store->todayMinutes(), 45);
+    EXPECT_EQ(store->earliestBlockDate(), at(2023, 3, 6, 23));
 }
 
 struct ShiftCase {
