@@ -5,10 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
-#include <optional>
 #include <sys/fsuid.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace plenda {
 namespace {
@@ -49,29 +49,6 @@ TEST(QtFilesDefault, ApplicationSupportFollowsXdgDataHome) {
 // Real files when the disk is full, the folder read-only or the file's place
 // taken: a failed write leaves the previous file whole and no temporary file
 // behind, and the next write after the fault succeeds.
-// Writes beyond `bytes` fail with EFBIG, as on a full disk, for root too.
-struct FileSizeLimit {
-    rlimit saved{};
-    void (*previousHandler)(int) = std::signal(SIGXFSZ, SIG_IGN);
-    explicit FileSizeLimit(rlim_t bytes) {
-        getrlimit(RLIMIT_FSIZE, &saved);
-        rlimit limited = saved;
-        limited.rlim_cur = bytes;
-        setrlimit(RLIMIT_FSIZE, &limited);
-    }
-    ~FileSizeLimit() {
-        setrlimit(RLIMIT_FSIZE, &saved);
-        std::signal(SIGXFSZ, previousHandler);
-    }
-};
-
-// Root ignores file modes; touching files as another user for a moment makes
-// a read-only folder read-only for the test, as it is for a user.
-struct AsAnotherUser {
-    uid_t saved = static_cast<uid_t>(setfsuid(65534));
-    ~AsAnotherUser() { setfsuid(saved); }
-};
-
 struct Fault {
     const char* name;
     std::size_t bytes;  // written; on a full disk half of them fit
@@ -86,21 +63,25 @@ TEST_P(SaveFailure, PreviousFileStaysWholeAndNoTemporaryFileIsLeft) {
     ASSERT_TRUE(files.createDirectories(folder.toStdString()));
     ASSERT_FALSE(files.writeFileAtomically(target.toStdString(), "[\"previous\"]"));
     const std::string_view fault = GetParam().name;
-    {
-        std::optional<FileSizeLimit> limit;
-        std::optional<AsAnotherUser> asUser;
-        if (fault.starts_with("DiskFull")) {
-            limit.emplace(GetParam().bytes / 2);
-        } else if (fault == "ReadOnlyFolder") {
-            chmod(qPrintable(root.path()), 0755);
-            chmod(qPrintable(folder), 0555);
-            asUser.emplace();
-        } else {  // something else took the file's place; renaming over a folder fails
-            QDir().rename(target, aside);
-            QDir().mkdir(target);
-        }
-        EXPECT_TRUE(files.writeFileAtomically(target.toStdString(), std::string(GetParam().bytes, 'x')));
+    rlimit saved{};
+    getrlimit(RLIMIT_FSIZE, &saved);
+    const auto previousHandler = std::signal(SIGXFSZ, SIG_IGN);  // a write past the limit fails with EFBIG
+    if (fault.starts_with("DiskFull")) {  // as on a full disk, for root too
+        rlimit limited = saved;
+        limited.rlim_cur = GetParam().bytes / 2;
+        setrlimit(RLIMIT_FSIZE, &limited);
+    } else if (fault == "ReadOnlyFolder") {  // root ignores file modes; another user does not
+        chmod(qPrintable(root.path()), 0755);
+        chmod(qPrintable(folder), 0555);
+        setfsuid(65534);
+    } else {  // something else took the file's place; renaming over a folder fails
+        QDir().rename(target, aside);
+        QDir().mkdir(target);
     }
+    EXPECT_TRUE(files.writeFileAtomically(target.toStdString(), std::string(GetParam().bytes, 'x')));
+    setfsuid(getuid());
+    setrlimit(RLIMIT_FSIZE, &saved);
+    std::signal(SIGXFSZ, previousHandler);
     chmod(qPrintable(folder), 0700);
     if (QDir().rmdir(target)) QDir().rename(aside, target);
 
