@@ -8,11 +8,8 @@ namespace plenda {
 namespace {
 
 TEST(Uuid, ParsesOnlyTheHyphenatedFormInEitherCase) {
-    const std::string canonical = "E621E1F8-C36C-495A-93FC-0C247A3E6E5F";
     for (const char* text : {"E621E1F8-C36C-495A-93FC-0C247A3E6E5F", "e621e1f8-c36c-495a-93fc-0c247a3e6e5f"}) {
-        const auto parsed = Uuid::parse(text);
-        ASSERT_TRUE(parsed) << text;
-        EXPECT_EQ(parsed->string(), canonical);
+        EXPECT_EQ(Uuid::parse(text).value_or(Uuid()).string(), "E621E1F8-C36C-495A-93FC-0C247A3E6E5F") << text;
     }
     for (const char* text : {"E621E1F8C36C495A93FC0C247A3E6E5F", "E621E1F8-C36C-495A-93FC-0C247A3E6E5",
                              "E621E1F8-C36C-495A-93FC-0C247A3E6E5FF", "G621E1F8-C36C-495A-93FC-0C247A3E6E5F",

@@ -214,6 +214,10 @@ TEST_P(MergeRule, ExtendsTheLatestBlockOfTheActivityWithinTheGap) {
     } else {
         ASSERT_EQ(store->blocks().size(), 2u);
         EXPECT_EQ(store->blocks()[0], block);
+        const MacDayBlock& added = store->blocks()[1];
+        EXPECT_EQ(added, (MacDayBlock{added.id, c.title, c.category, (end - start) / 60, "Logged automatically on Mac",
+                                      start, start, end, "tracked", scheduler.now()}));
+        EXPECT_EQ(dirtyIDs(), IdSet{added.id});
     }
     scheduler.advance(1);
     EXPECT_EQ(*decodeBlocks(files.files.at(blocksPath)), store->blocks());
@@ -234,14 +238,8 @@ INSTANTIATE_TEST_SUITE_P(
                       MergeCase{"blockEndsAfterTheStart", "Xcode", C::work, -1, 0, 30, 0, false}),
     [](const auto& info) { return std::string(info.param.name); });
 
-TEST_F(SessionRecording, NewBlockFieldsComeFromTheSession) {
-    const Date start = at(2023, 3, 8, 10), end = at(2023, 3, 8, 10, 30);
-    store->recordSession("Safari", C::mind, start, end, "Logged automatically on Mac");
-    ASSERT_EQ(store->blocks().size(), 1u);
-    const MacDayBlock& block = store->blocks()[0];
-    EXPECT_EQ(block, (MacDayBlock{block.id, "Safari", C::mind, 30, "Logged automatically on Mac", start, start, end,
-                                  "tracked", scheduler.now()}));
-    EXPECT_EQ(dirtyIDs(), IdSet{block.id});
+TEST_F(SessionRecording, ANewBlockWaitsForTheCloud) {
+    store->recordSession("Safari", C::mind, at(2023, 3, 8, 10), at(2023, 3, 8, 10, 30), std::nullopt);
     EXPECT_EQ(store->syncMessage(), "mac.sync.pending");
     scheduler.runUntilIdle();
     EXPECT_EQ(store->syncMessage(), "mac.sync.local") << "the block is still waiting for the cloud";
