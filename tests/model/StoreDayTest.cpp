@@ -124,7 +124,7 @@ TEST_F(DayEdits, RecategorisingTouchesOnlyTheSelectedDayAndTeachesAnOverride) {
     const auto otherCategory = add("YouTube", C::mind, at(2023, 3, 8, 9), at(2023, 3, 8, 9, 30));
     const auto yesterday = add("YouTube", C::entertainment, at(2023, 3, 7, 8), at(2023, 3, 7, 9));
     storeSync().state().writeDirtyIDs({});
-    scheduler.advance(60);
+    scheduler.advance(60);  // the setup's save has run: only the edit can save again
 
     store->changeCategory("YouTube", C::entertainment, C::work);
     EXPECT_EQ(store->blocks()[0].category, C::work);
@@ -159,7 +159,7 @@ TEST_F(DayEdits, DeletingMovesIdsFromDirtyToPendingDelete) {
     const auto b = add("Mail", C::work, at(2023, 3, 8, 9), at(2023, 3, 8, 9, 30));
     const auto otherDay = add("Mail", C::work, at(2023, 3, 7, 8), at(2023, 3, 7, 9));
     const auto otherCategory = add("Mail", C::mind, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
-    scheduler.advance(1);
+    scheduler.advance(1);  // the setup's save has run: only the edit can save again
 
     store->deleteSummary("Mail", C::work);
     EXPECT_EQ(store->blocks(), (std::vector{otherDay, otherCategory}));
