@@ -121,9 +121,4 @@ void JsonWriter::boolean(bool value) {
     text_ += value ? "true" : "false";
 }
 
-void JsonWriter::null() {
-    separate();
-    text_ += "null";
-}
-
 }  // namespace plenda

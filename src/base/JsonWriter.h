@@ -20,7 +20,6 @@ public:
     void string(std::string_view value);
     void number(double value);
     void boolean(bool value);
-    void null();
 
     bool ok() const { return ok_; }
     std::string& text() { return text_; }

@@ -7,35 +7,16 @@
 namespace plenda {
 namespace {
 
-struct UuidCase {
-    const char* text;
-    const char* canonical;  // nullptr: not a UUID
-};
-
-class UuidParse : public ::testing::TestWithParam<UuidCase> {};
-
-TEST_P(UuidParse, AcceptsOnlyTheHyphenatedFormInEitherCase) {
-    const auto parsed = Uuid::parse(GetParam().text);
-    if (GetParam().canonical == nullptr) {
-        EXPECT_FALSE(parsed.has_value());
-    } else {
-        ASSERT_TRUE(parsed.has_value());
-        EXPECT_EQ(parsed->string(), GetParam().canonical);
+TEST(Uuid, ParsesOnlyTheHyphenatedFormInEitherCase) {
+    for (const char* text : {"E621E1F8-C36C-495A-93FC-0C247A3E6E5F", "e621e1f8-c36c-495a-93fc-0c247a3e6e5f"}) {
+        EXPECT_EQ(Uuid::parse(text).value_or(Uuid()).string(), "E621E1F8-C36C-495A-93FC-0C247A3E6E5F") << text;
+    }
+    for (const char* text : {"E621E1F8C36C495A93FC0C247A3E6E5F", "E621E1F8-C36C-495A-93FC-0C247A3E6E5",
+                             "E621E1F8-C36C-495A-93FC-0C247A3E6E5FF", "G621E1F8-C36C-495A-93FC-0C247A3E6E5F",
+                             "E621E1F8+C36C-495A-93FC-0C247A3E6E5F", "E621E1F-8C36C-495A-93FC-0C247A3E6E5F", ""}) {
+        EXPECT_FALSE(Uuid::parse(text)) << text;
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Texts, UuidParse,
-    ::testing::Values(
-        UuidCase{"E621E1F8-C36C-495A-93FC-0C247A3E6E5F", "E621E1F8-C36C-495A-93FC-0C247A3E6E5F"},
-        UuidCase{"e621e1f8-c36c-495a-93fc-0c247a3e6e5f", "E621E1F8-C36C-495A-93FC-0C247A3E6E5F"},
-        UuidCase{"E621E1F8C36C495A93FC0C247A3E6E5F", nullptr},
-        UuidCase{"E621E1F8-C36C-495A-93FC-0C247A3E6E5", nullptr},
-        UuidCase{"E621E1F8-C36C-495A-93FC-0C247A3E6E5FF", nullptr},
-        UuidCase{"G621E1F8-C36C-495A-93FC-0C247A3E6E5F", nullptr},
-        UuidCase{"E621E1F8+C36C-495A-93FC-0C247A3E6E5F", nullptr},
-        UuidCase{"E621E1F-8C36C-495A-93FC-0C247A3E6E5F", nullptr},
-        UuidCase{"", nullptr}));
 
 TEST(Uuid, RandomIdsAreVersion4AndDistinct) {
     const Uuid a = Uuid::random(), b = Uuid::random();
@@ -67,34 +48,19 @@ TEST(Date, ReferenceInstantAndUtcText) {
     EXPECT_EQ(Date::distantPast().seconds, -63114076800.0);
 }
 
-TEST(Text, CompositionDoesNotMatterAfterNfc) {
-    const std::string composed = "Caf\xC3\xA9";    // é as one code point
-    const std::string decomposed = "Cafe\xCC\x81";  // e + combining acute
-    EXPECT_NE(composed, decomposed);
-    EXPECT_EQ(nfc(decomposed), composed);
-    EXPECT_EQ(nfc(composed), composed);
-}
-
-TEST(Text, InvalidUtf8BecomesReplacementCharacters) {
+TEST(Text, NfcComposesAndReplacesInvalidBytes) {
+    EXPECT_EQ(nfc("Cafe\xCC\x81"), "Caf\xC3\xA9");  // e + combining acute becomes one code point
+    EXPECT_EQ(nfc("Caf\xC3\xA9"), "Caf\xC3\xA9");
     EXPECT_EQ(nfc("a\xFF" "b"), "a\xEF\xBF\xBD" "b");
 }
 
-struct LowerCase {
-    const char* text;
-    const char* lower;
-};
-
-class Lowercasing : public ::testing::TestWithParam<LowerCase> {};
-
-TEST_P(Lowercasing, UsesFullCaseMapping) { EXPECT_EQ(lowercased(GetParam().text), GetParam().lower); }
-
-INSTANTIATE_TEST_SUITE_P(
-    Texts, Lowercasing,
-    ::testing::Values(LowerCase{"CODE \xC2\xB7 API", "code \xC2\xB7 api"},
-                      LowerCase{"\xC3\x9C" "BER", "\xC3\xBC" "ber"},           // Ü
-                      LowerCase{"\xC4\xB0stanbul", "i\xCC\x87stanbul"},          // İ -> i + dot above
-                      LowerCase{"\xCE\xA3\xCE\x9F\xCE\xA6\xCE\x9F\xCE\xA3",      // ΣΟΦΟΣ, final sigma
-                                "\xCF\x83\xCE\xBF\xCF\x86\xCE\xBF\xCF\x82"}));
+TEST(Text, LowercasingUsesFullCaseMapping) {
+    EXPECT_EQ(lowercased("CODE \xC2\xB7 API"), "code \xC2\xB7 api");
+    EXPECT_EQ(lowercased("\xC3\x9C" "BER"), "\xC3\xBC" "ber");       // Ü
+    EXPECT_EQ(lowercased("\xC4\xB0stanbul"), "i\xCC\x87stanbul");    // İ -> i + dot above
+    EXPECT_EQ(lowercased("\xCE\xA3\xCE\x9F\xCE\xA6\xCE\x9F\xCE\xA3"),  // ΣΟΦΟΣ ends in a final sigma
+              "\xCF\x83\xCE\xBF\xCF\x86\xCE\xBF\xCF\x82");
+}
 
 TEST(Text, PrefixCountsUserPerceivedCharacters) {
     EXPECT_EQ(prefixCharacters("abcdef", 3), "abc");

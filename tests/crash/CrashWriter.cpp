@@ -14,10 +14,7 @@
 
 int main(int argc, char** argv) {
     using namespace plenda;
-    if (argc != 2) {
-        std::fprintf(stderr, "usage: %s APPLICATION-SUPPORT-FOLDER\n", argv[0]);
-        return 2;
-    }
+    if (argc != 2) return 2;  // the application support folder
     QtFiles files(argv[1]);
     VirtualScheduler scheduler;
     IcuCalendar calendar("UTC");

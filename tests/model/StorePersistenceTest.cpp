@@ -14,7 +14,7 @@ protected:
     std::vector<MacDayBlock> savedBlocks() { return *decodeBlocks(files.files.at(blocksPath)); }
 };
 
-TEST_F(StorePersistence, CreationStartsWithPendingStatusAndNow) {
+TEST_F(StorePersistence, CreationWithoutAFileStartsEmptyQuietAndPending) {
     MacActivityStore& s = makeStore();
     EXPECT_TRUE(s.blocks().empty());
     EXPECT_EQ(s.syncMessage(), "mac.sync.pending");
@@ -23,6 +23,8 @@ TEST_F(StorePersistence, CreationStartsWithPendingStatusAndNow) {
     EXPECT_TRUE(files.folders.contains("/home/user/.local/share/Plenda"));
     EXPECT_EQ(s.blocksFilePath(), blocksPath);
     EXPECT_EQ(scheduler.pendingTasks(), 0u) << "creation starts no timer";
+    EXPECT_TRUE(output.str().empty());
+    EXPECT_TRUE(files.files.empty());
 }
 
 TEST_F(StorePersistence, LoadsTheFileInItsOrderAndLeavesTheFallbackAlone) {
@@ -35,28 +37,24 @@ TEST_F(StorePersistence, LoadsTheFileInItsOrderAndLeavesTheFallbackAlone) {
     EXPECT_EQ(files.writeCount, 0);
 }
 
-TEST_F(StorePersistence, MovesBlocksFromTheFallbackKeyIntoTheFile) {
-    const auto blocks = twoBlocks();
-    defaults.setData(MacActivityStore::storageKey, Data{fileOf(blocks)});
-    makeStore();
-    EXPECT_EQ(store->blocks(), blocks);
-    EXPECT_EQ(savedBlocks(), blocks);
-    EXPECT_FALSE(defaults.contains(MacActivityStore::storageKey));
-}
-
-TEST_F(StorePersistence, KeepsTheFallbackKeyUntilAWriteSucceeds) {
-    defaults.setData(MacActivityStore::storageKey, Data{fileOf(twoBlocks())});
-    files.writeFailure = "No space left on device";
-    makeStore();
-    EXPECT_EQ(store->blocks().size(), 2u);
-    EXPECT_TRUE(defaults.contains(MacActivityStore::storageKey));
-}
-
-TEST_F(StorePersistence, UndecodableFallbackLeavesAnEmptyStoreAndTheKey) {
+TEST_F(StorePersistence, FallbackBlocksMoveIntoTheFileOnlyOnceDecodedAndWritten) {
     defaults.setData(MacActivityStore::storageKey, Data{"[{\"id\":1}]"});
     makeStore();
     EXPECT_TRUE(store->blocks().empty());
     EXPECT_TRUE(defaults.contains(MacActivityStore::storageKey));
+
+    const auto blocks = twoBlocks();
+    defaults.setData(MacActivityStore::storageKey, Data{fileOf(blocks)});
+    files.writeFailure = "No space left on device";
+    makeStore();
+    EXPECT_EQ(store->blocks(), blocks);
+    EXPECT_TRUE(defaults.contains(MacActivityStore::storageKey));
+
+    files.writeFailure.reset();
+    makeStore();
+    EXPECT_EQ(store->blocks(), blocks);
+    EXPECT_EQ(savedBlocks(), blocks);
+    EXPECT_FALSE(defaults.contains(MacActivityStore::storageKey));
 }
 
 TEST_F(StorePersistence, UndecodableFileIsKeptBesideBeforeAnySave) {
@@ -86,13 +84,7 @@ TEST_F(StorePersistence, UnreadableFileIsMovedAside) {
     EXPECT_NE(output.str().find("Permission denied"), std::string::npos);
 }
 
-TEST_F(StorePersistence, MissingFileIsQuiet) {
-    makeStore();
-    EXPECT_TRUE(output.str().empty());
-    EXPECT_EQ(files.files.size(), 0u);
-}
-
-TEST_F(StorePersistence, ScheduledSavesCollapseIntoOneWriteAfterTheLast) {
+TEST_F(StorePersistence, SavesCollapseIntoOneWriteAfterTheLastUnlessSavedNowOrDestroyed) {
     makeStore();
     for (int i = 0; i < 3; ++i) {
         store->scheduleSave();
@@ -103,21 +95,19 @@ TEST_F(StorePersistence, ScheduledSavesCollapseIntoOneWriteAfterTheLast) {
     EXPECT_EQ(files.writeCount, 0) << "0.74 s after the third call";
     scheduler.advance(0.02);
     EXPECT_EQ(files.writeCount, 1);
-    scheduler.advance(10);
-    EXPECT_EQ(files.writeCount, 1);
-}
 
-TEST_F(StorePersistence, SaveNowCancelsThePendingSave) {
-    makeStore();
     store->scheduleSave();
     EXPECT_TRUE(store->hasPendingSave());
     EXPECT_TRUE(store->saveNow());
     EXPECT_FALSE(store->hasPendingSave());
-    scheduler.advance(5);
-    EXPECT_EQ(files.writeCount, 1);
+    store->scheduleSave();
+    store.reset();
+    scheduler.advance(10);
+    EXPECT_EQ(files.writeCount, 2);
 }
 
 TEST_F(StorePersistence, FailedWriteKeepsThePreviousFileAndTheNextSaveRetries) {
+    cloudSyncDisabled = true;  // nothing else writes to the output
     makeStore();
     store->upsert(twoBlocks()[0]);
     ASSERT_TRUE(store->saveNow());
@@ -125,13 +115,16 @@ TEST_F(StorePersistence, FailedWriteKeepsThePreviousFileAndTheNextSaveRetries) {
 
     files.writeFailure = "No space left on device";
     store->upsert(twoBlocks()[1]);
+    scheduler.advance(1);  // the debounced save fails too
     EXPECT_FALSE(store->saveNow());
+    EXPECT_FALSE(store->hasPendingSave());
     EXPECT_EQ(files.files.at(blocksPath), before);
-    EXPECT_EQ(store->blocks().size(), 2u);
+    EXPECT_EQ(store->blocks().size(), 2u) << "the store keeps recording";
+    EXPECT_EQ(output.str(), "") << "failed saves are silent";
 
     files.writeFailure.reset();
     EXPECT_TRUE(store->saveNow());
-    EXPECT_EQ(savedBlocks().size(), 2u);
+    EXPECT_EQ(savedBlocks(), store->blocks());
 }
 
 TEST_F(StorePersistence, NoApplicationSupportFolderMeansNoFileButAWorkingStore) {
@@ -142,31 +135,119 @@ TEST_F(StorePersistence, NoApplicationSupportFolderMeansNoFileButAWorkingStore) 
     EXPECT_EQ(store->blocks().size(), 1u);
 }
 
-TEST_F(StorePersistence, DestroyedStoreDropsItsPendingSave) {
-    makeStore();
-    store->scheduleSave();
-    store.reset();
-    scheduler.advance(5);
-    EXPECT_EQ(files.writeCount, 0);
+TEST(CloudSyncSwitch, OnlyTheTextOneSwitchesSyncOff) {
+    EXPECT_TRUE(cloudSyncDisabledBy("1"));
+    for (const char* value : {static_cast<const char*>(nullptr), "true", "yes", "0", "", " 1", "1 ", "11"}) {
+        EXPECT_FALSE(cloudSyncDisabledBy(value)) << (value ? value : "unset");
+    }
 }
 
-struct EnvironmentCase {
-    const char* value;
-    bool disabled;
+// Loading splits blocks that span midnight, once per user.
+class MidnightSplit : public StorePersistence {
+protected:
+    std::vector<MacDayBlock> splitOf(std::vector<MacDayBlock> blocks) {
+        files.files[blocksPath] = fileOf(blocks);
+        return makeStore().blocks();
+    }
 };
 
-class CloudSyncSwitch : public ::testing::TestWithParam<EnvironmentCase> {};
-
-TEST_P(CloudSyncSwitch, OnlyTheTextOneSwitchesSyncOff) {
-    EXPECT_EQ(cloudSyncDisabledBy(GetParam().value), GetParam().disabled);
+TEST_F(MidnightSplit, CutsAtMidnightKeepingTheIdForTheFirstPieceAndSortsByStart) {
+    const MacDayBlock late = makeBlock("Late", MacBlockCategory::work, at(2023, 3, 9, 9), at(2023, 3, 9, 10));
+    MacDayBlock block = makeBlock("Xcode", MacBlockCategory::work, at(2023, 3, 8, 22), at(2023, 3, 9, 2), 240);
+    block.blockType = "imported";
+    const auto result = splitOf({late, block});
+    MacDayBlock first = block;
+    first.endDate = at(2023, 3, 9);
+    first.weight = 120;
+    first.modifiedAt = scheduler.now();
+    MacDayBlock second = first;
+    second.id = result.at(1).id;
+    second.createdAt = at(2023, 3, 9);
+    second.startDate = at(2023, 3, 9);
+    second.endDate = block.endDate;
+    second.blockType = "tracked";
+    EXPECT_NE(second.id, block.id);
+    EXPECT_EQ(result, (std::vector{first, second, late}));
+    EXPECT_EQ(dirtyIDs(), (IdSet{first.id, second.id}));
+    EXPECT_EQ(*decodeBlocks(files.files.at(blocksPath)), result) << "saved at once";
+    EXPECT_TRUE(defaults.boolValue("didSplitMidnightSpanningBlocks"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Values, CloudSyncSwitch,
-                         ::testing::Values(EnvironmentCase{"1", true}, EnvironmentCase{nullptr, false},
-                                           EnvironmentCase{"true", false}, EnvironmentCase{"yes", false},
-                                           EnvironmentCase{"0", false}, EnvironmentCase{"", false},
-                                           EnvironmentCase{" 1", false}, EnvironmentCase{"1 ", false},
-                                           EnvironmentCase{"11", false}));
+struct DaySpanCase {
+    const char* zone;
+    int from[4];  // y, m, d, h
+    int to[4];
+    std::vector<double> hours;
+};
+
+class SplitAcrossDays : public MidnightSplit, public ::testing::WithParamInterface<DaySpanCase> {};
+
+TEST_P(SplitAcrossDays, PiecesFollowCalendarDaysIncludingShortAndLongOnes) {
+    const DaySpanCase& c = GetParam();
+    useZone(c.zone);
+    const Date start = at(c.from[0], c.from[1], c.from[2], c.from[3]);
+    const Date end = at(c.to[0], c.to[1], c.to[2], c.to[3]);
+    const double totalHours = (end - start) / 3600;
+    const auto pieces = splitOf({makeBlock("Long", MacBlockCategory::sleep, start, end, 100)});
+    ASSERT_EQ(pieces.size(), c.hours.size());
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
+        EXPECT_DOUBLE_EQ((*pieces[i].endDate - *pieces[i].startDate) / 3600, c.hours[i]) << i;
+        EXPECT_NEAR(pieces[i].weight, 100 * c.hours[i] / totalHours, 1e-9) << i;
+        if (i > 0) {
+            EXPECT_EQ(pieces[i].startDate, pieces[i - 1].endDate);
+            EXPECT_EQ(calendar.startOfDay(*pieces[i].startDate), *pieces[i].startDate);
+        }
+    }
+    EXPECT_EQ(pieces.back().endDate, end);  // with the lengths above, the weights add up to the whole
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Zones, SplitAcrossDays,
+    ::testing::Values(
+        DaySpanCase{"Europe/Berlin", {2023, 3, 1, 23}, {2023, 3, 3, 1}, {1, 24, 1}},
+        DaySpanCase{"Europe/Berlin", {2023, 3, 25, 12}, {2023, 3, 27, 12}, {12, 23, 12}},
+        DaySpanCase{"Europe/Berlin", {2023, 10, 28, 12}, {2023, 10, 30, 12}, {12, 25, 12}},
+        DaySpanCase{"America/New_York", {2023, 3, 11, 22}, {2023, 3, 13, 1}, {2, 23, 1}},
+        DaySpanCase{"America/New_York", {2023, 11, 4, 18}, {2023, 11, 6, 6}, {6, 25, 6}}));
+
+TEST_F(MidnightSplit, BlockEndingExactlyAtMidnightIsRewrittenButNotCut) {
+    const MacDayBlock block = makeBlock("Mail", MacBlockCategory::work, at(2023, 3, 8, 22), at(2023, 3, 9, 0));
+    MacDayBlock expected = block;
+    expected.modifiedAt = scheduler.now();
+    EXPECT_EQ(splitOf({block}), std::vector{expected});
+    EXPECT_EQ(dirtyIDs(), IdSet{block.id});
+}
+
+TEST_F(MidnightSplit, BlocksWithoutASpanPassUntouchedAndItRunsOnlyOnce) {
+    MacDayBlock noStart = makeBlock("A", MacBlockCategory::work, at(2023, 3, 8, 22), at(2023, 3, 9, 2));
+    noStart.startDate.reset();
+    MacDayBlock backwards = makeBlock("B", MacBlockCategory::work, at(2023, 3, 9, 2), at(2023, 3, 8, 22));
+    MacDayBlock noEnd = makeBlock("C", MacBlockCategory::work, at(2023, 3, 8, 22), at(2023, 3, 9, 2));
+    noEnd.endDate.reset();
+    const std::vector<MacDayBlock> blocks{noStart, backwards, noEnd};
+    EXPECT_EQ(splitOf(blocks), blocks);
+    EXPECT_EQ(files.writeCount, 0);
+    EXPECT_TRUE(dirtyIDs().empty());
+
+    const MacDayBlock pulled = makeBlock("Pulled", MacBlockCategory::work, at(2023, 3, 8, 22), at(2023, 3, 9, 2));
+    EXPECT_EQ(splitOf({pulled}), std::vector{pulled}) << "the next launch splits nothing";
+}
+
+// The split on load, a recording and the day edits, all without a cloud.
+TEST_F(MidnightSplit, WithSyncOffNothingIsMarkedForTheCloud) {
+    using C = MacBlockCategory;
+    cloudSyncDisabled = true;
+    scheduler.advanceTo(at(2023, 3, 9, 12));
+    EXPECT_EQ(splitOf({makeBlock("Xcode", C::work, at(2023, 3, 8, 22), at(2023, 3, 9, 2))}).size(), 2u);
+    store->recordSession("Mail", C::work, at(2023, 3, 9, 8), at(2023, 3, 9, 9), std::nullopt);
+    EXPECT_EQ(store->syncMessage(), "mac.sync.testmode");
+    store->changeCategory("Mail", C::work, C::chores);
+    EXPECT_EQ(store->blocks().back().category, C::chores);
+    store->deleteSummary("Mail", C::chores);
+    EXPECT_EQ(store->blocks().size(), 2u);
+    EXPECT_FALSE(defaults.contains("cloudSync.dayBlocks.dirtyIDs"));
+    EXPECT_FALSE(defaults.contains("cloudSync.dayBlocks.pendingDeleteIDs"));
+}
 
 }  // namespace
 }  // namespace plenda

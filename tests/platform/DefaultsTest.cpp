@@ -1,6 +1,10 @@
 #include "fakes/MemoryDefaults.h"
+#include "platform/qt/QtDefaults.h"
 
+#include <QTemporaryDir>
 #include <gtest/gtest.h>
+
+#include <fstream>
 
 namespace plenda {
 namespace {
@@ -11,7 +15,7 @@ struct ReadCase {
     double asDouble;
     bool asBool;
     std::optional<std::string> asString;
-    bool isStringArray;
+    std::string_view container;  // the one container reader that answers
 };
 
 class TypedReaders : public ::testing::TestWithParam<ReadCase> {};
@@ -23,37 +27,69 @@ TEST_P(TypedReaders, FollowTheUserDefaultsConversions) {
     EXPECT_EQ(defaults.doubleValue("key"), c.asDouble);
     EXPECT_EQ(defaults.boolValue("key"), c.asBool);
     EXPECT_EQ(defaults.string("key"), c.asString);
-    EXPECT_EQ(defaults.stringArray("key").has_value(), c.isStringArray);
+    EXPECT_EQ(defaults.stringArray("key").has_value(), c.container == "stringArray");
+    EXPECT_EQ(defaults.data("key").has_value(), c.container == "data");
+    EXPECT_EQ(defaults.dictionary("key").has_value(), c.container == "dictionary");
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Values, TypedReaders,
     ::testing::Values(
-        ReadCase{"missing", std::nullopt, 0, false, std::nullopt, false},
-        ReadCase{"number", DefaultsValue(300.0), 300, true, "300", false},
-        ReadCase{"zero", DefaultsValue(0.0), 0, false, "0", false},
-        ReadCase{"negative", DefaultsValue(-2.5), -2.5, true, "-2.5", false},
-        ReadCase{"boolTrue", DefaultsValue(true), 1, true, "1", false},
-        ReadCase{"numericText", DefaultsValue(" 45.5s"), 45.5, true, " 45.5s", false},
-        ReadCase{"yesText", DefaultsValue("YES"), 0, true, "YES", false},
-        ReadCase{"noText", DefaultsValue("no"), 0, false, "no", false},
-        ReadCase{"data", DefaultsValue(Data{"x"}), 0, false, std::nullopt, false},
-        ReadCase{"stringArray", DefaultsValue(DefaultsValue::Array{"a", "b"}), 0, false, std::nullopt, true},
-        ReadCase{"emptyArray", DefaultsValue(DefaultsValue::Array{}), 0, false, std::nullopt, true},
-        ReadCase{"mixedArray", DefaultsValue(DefaultsValue::Array{"a", true}), 0, false, std::nullopt, false},
+        ReadCase{"missing", std::nullopt, 0, false, std::nullopt, ""},
+        ReadCase{"number", DefaultsValue(300.0), 300, true, "300", ""},
+        ReadCase{"zero", DefaultsValue(0.0), 0, false, "0", ""},
+        ReadCase{"negative", DefaultsValue(-2.5), -2.5, true, "-2.5", ""},
+        ReadCase{"boolTrue", DefaultsValue(true), 1, true, "1", ""},
+        ReadCase{"numericText", DefaultsValue(" 45.5s"), 45.5, true, " 45.5s", ""},
+        ReadCase{"yesText", DefaultsValue("YES"), 0, true, "YES", ""},
+        ReadCase{"noText", DefaultsValue("no"), 0, false, "no", ""},
+        ReadCase{"data", DefaultsValue(Data{"x"}), 0, false, std::nullopt, "data"},
+        ReadCase{"stringArray", DefaultsValue(DefaultsValue::Array{"a", "b"}), 0, false, std::nullopt, "stringArray"},
+        ReadCase{"emptyArray", DefaultsValue(DefaultsValue::Array{}), 0, false, std::nullopt, "stringArray"},
+        ReadCase{"mixedArray", DefaultsValue(DefaultsValue::Array{"a", true}), 0, false, std::nullopt, ""},
         ReadCase{"dictionary", DefaultsValue(DefaultsValue::Dictionary{{"a", "b"}}), 0, false, std::nullopt,
-                 false}),
+                 "dictionary"}),
     [](const auto& info) { return std::string(info.param.name); });
 
-TEST(Defaults, DataAndDictionaryReadOnlyTheirOwnTypes) {
-    MemoryDefaults defaults;
-    defaults.set("blob", Data{"\x00\x01"});
-    defaults.set("text", "abc");
-    defaults.set("map", DefaultsValue::Dictionary{{"k", 1.0}});
-    EXPECT_EQ(defaults.data("blob"), Data{"\x00\x01"});
-    EXPECT_FALSE(defaults.data("text"));
-    EXPECT_EQ(defaults.dictionary("map")->size(), 1u);
-    EXPECT_FALSE(defaults.dictionary("text"));
+// A corrupt file reads as empty and new writes replace it.
+TEST(QtDefaultsFile, EveryTypeComesBackAsItWasStoredAfterARestartEvenOverACorruptFile) {
+    QTemporaryDir folder;
+    const QString path = folder.filePath("Plenda.json");
+    const auto open = [&] {
+        return std::make_unique<QtDefaults>(std::make_unique<QSettings>(path, QtDefaults::typedJsonFormat()));
+    };
+    std::ofstream(path.toStdString()) << "{ not json";
+    const std::vector<std::pair<std::string, DefaultsValue>> values = {
+        {"trackingEnabled", false},
+        {"idleThresholdSeconds", 600.0},
+        {"browserTab.lastOutcome", "ok example.org"},
+        {"cloudSync.dayBlocks.zoneChangeToken", Data{std::string("\x00\xFF token", 8)}},
+        {"ignoredBundleIdentifiers", DefaultsValue::Array{"com.apple.loginwindow", "org.gnome.Nautilus"}},
+        {"categoryOverrides", DefaultsValue::Dictionary{{"code \xC2\xB7 api", "work"}, {"weird", 3.0}}},
+        {"cloudSync.dayBlocks.dirtyIDs", DefaultsValue::Array{}},
+        {"text that looks numeric", "300"},
+        {"text that looks boolean", "true"},
+    };
+    {
+        auto defaults = open();
+        EXPECT_FALSE(defaults->object("trackingEnabled"));
+        for (const auto& [key, value] : values) defaults->set(key, value);
+        defaults->synchronize();
+    }
+    auto reopened = open();
+    for (const auto& [key, value] : values) {
+        EXPECT_EQ(reopened->object(key), value) << key;
+    }
+    reopened->remove("trackingEnabled");
+    EXPECT_FALSE(reopened->object("trackingEnabled"));
+    EXPECT_FALSE(reopened->object("never.written"));
+}
+
+TEST(QtDefaultsVariants, ConvertBothWays) {
+    EXPECT_EQ(fromVariant(QVariant(42)), DefaultsValue(42.0));
+    EXPECT_EQ(fromVariant(QVariant(QStringList{"a", "b"})), DefaultsValue(DefaultsValue::Array{"a", "b"}));
+    EXPECT_EQ(fromVariant(toVariant(DefaultsValue(Data{"abc"}))), DefaultsValue(Data{"abc"}));
+    EXPECT_FALSE(fromVariant(QVariant()));
 }
 
 }  // namespace

@@ -20,8 +20,7 @@ TEST_P(CalendarDays, StartOfDayAndAddingDaysFollowTheZone) {
     const DayCase& c = GetParam();
     const IcuCalendar calendar(c.zone);
     const Date noon = localDate(c.zone, c.year, c.month, c.day, 12);
-    const Date start = calendar.startOfDay(noon);
-    EXPECT_EQ(start, localDate(c.zone, c.year, c.month, c.day));
+    EXPECT_EQ(calendar.startOfDay(noon), localDate(c.zone, c.year, c.month, c.day));
     const DayRange range = dayRange(calendar, noon);
     EXPECT_DOUBLE_EQ((range.end - range.start) / 3600, c.hours);
     EXPECT_TRUE(calendar.isSameDay(noon, range.end - 0.001));

@@ -1,80 +1,42 @@
 #include "platform/qt/QtFiles.h"
 
-#include <QFile>
+#include <QDir>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <sys/fsuid.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace plenda {
 namespace {
 
-class QtFilesTest : public ::testing::Test {
-protected:
-    QTemporaryDir root;
-    QtFiles files{root.path().toStdString()};
-    std::string path(const char* name) const { return root.filePath(name).toStdString(); }
-    static mode_t modeOf(const std::string& path) {
-        struct stat info {};
-        stat(path.c_str(), &info);
-        return info.st_mode & 0777;
-    }
-};
-
-TEST_F(QtFilesTest, ReadsWhatItWroteAndTellsMissingFromFailed) {
-    EXPECT_EQ(files.readFile(path("none")).status, FileRead::Status::missing);
-    ASSERT_FALSE(files.writeFileAtomically(path("a.json"), "[1,2]"));
-    const FileRead read = files.readFile(path("a.json"));
-    EXPECT_EQ(read.status, FileRead::Status::ok);
-    EXPECT_EQ(read.bytes, "[1,2]");
-    EXPECT_EQ(files.readFile(root.path().toStdString()).status, FileRead::Status::failed)
-        << "a folder cannot be read as a file";
+mode_t modeOf(const std::string& path) {
+    struct stat info {};
+    stat(path.c_str(), &info);
+    return info.st_mode & 0777;
 }
 
-TEST_F(QtFilesTest, CreatesUserOnlyFoldersAndFiles) {
-    const std::string folder = path("deep/Plenda");
+TEST(QtFiles, UserOnlyFilesAreWrittenReadAndMovedTellingMissingFromFailed) {
+    QTemporaryDir root;
+    QtFiles files(root.path().toStdString());
+    const std::string folder = root.filePath("deep/Plenda").toStdString(), file = folder + "/a.json";
     ASSERT_TRUE(files.createDirectories(folder));
     EXPECT_EQ(modeOf(folder), 0700u);
-    ASSERT_FALSE(files.writeFileAtomically(folder + "/blocks.json", "[]"));
-    EXPECT_EQ(modeOf(folder + "/blocks.json"), 0600u);
     EXPECT_TRUE(files.createDirectories(folder)) << "an existing folder is fine";
+    EXPECT_EQ(files.readFile(file).status, FileRead::Status::missing);
+    ASSERT_FALSE(files.writeFileAtomically(file, "[1,2]"));
+    EXPECT_EQ(modeOf(file), 0600u);
+    const FileRead read = files.readFile(file);
+    EXPECT_EQ(read.status, FileRead::Status::ok);
+    EXPECT_EQ(read.bytes, "[1,2]");
+    EXPECT_EQ(files.readFile(folder).status, FileRead::Status::failed) << "a folder cannot be read as a file";
+    EXPECT_TRUE(files.moveFile(file, folder + "/b.json"));
+    EXPECT_EQ(files.readFile(folder + "/b.json").bytes, "[1,2]");
+    EXPECT_FALSE(files.moveFile(file, folder + "/c.json"));
 }
-
-TEST_F(QtFilesTest, MoveRenames) {
-    ASSERT_FALSE(files.writeFileAtomically(path("a"), "x"));
-    EXPECT_TRUE(files.moveFile(path("a"), path("b")));
-    EXPECT_EQ(files.readFile(path("b")).bytes, "x");
-    EXPECT_FALSE(files.moveFile(path("a"), path("c")));
-}
-
-// A write cut off half-way (the file-size limit makes write() fail part-way
-// through, even for root) leaves the previous file whole and no stray file;
-// also when the bytes are few enough to sit in a write buffer until commit.
-class QtFilesInterruptedWrite : public QtFilesTest, public ::testing::WithParamInterface<std::size_t> {};
-
-TEST_P(QtFilesInterruptedWrite, LeavesThePreviousFileIntact) {
-    const std::string target = path("blocks.json");
-    ASSERT_FALSE(files.writeFileAtomically(target, "[\"previous\"]"));
-
-    rlimit saved{};
-    getrlimit(RLIMIT_FSIZE, &saved);
-    auto previousHandler = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit small = saved;
-    small.rlim_cur = GetParam() / 2;
-    setrlimit(RLIMIT_FSIZE, &small);
-    const auto error = files.writeFileAtomically(target, std::string(GetParam(), 'x'));
-    setrlimit(RLIMIT_FSIZE, &saved);
-    std::signal(SIGXFSZ, previousHandler);
-
-    EXPECT_TRUE(error.has_value());
-    EXPECT_EQ(files.readFile(target).bytes, "[\"previous\"]");
-    EXPECT_EQ(QDir(root.path()).entryList(QDir::Files), QStringList{"blocks.json"});
-    EXPECT_FALSE(files.writeFileAtomically(target, "[]")) << "the next write succeeds";
-}
-
-INSTANTIATE_TEST_SUITE_P(Sizes, QtFilesInterruptedWrite, ::testing::Values(2 * 1024, 12 * 1024, 1024 * 1024));
 
 TEST(QtFilesDefault, ApplicationSupportFollowsXdgDataHome) {
     QTemporaryDir home;
@@ -83,6 +45,58 @@ TEST(QtFilesDefault, ApplicationSupportFollowsXdgDataHome) {
     EXPECT_EQ(QtFiles().applicationSupportDirectory(), home.path().toStdString());
     if (saved.isEmpty()) qunsetenv("XDG_DATA_HOME"); else qputenv("XDG_DATA_HOME", saved);
 }
+
+// Real files when the disk is full, the folder read-only or the file's place
+// taken: a failed write leaves the previous file whole and no temporary file
+// behind, and the next write after the fault succeeds.
+struct Fault {
+    const char* name;
+    std::size_t bytes;  // written; on a full disk half of them fit
+};
+
+class SaveFailure : public ::testing::TestWithParam<Fault> {};
+
+TEST_P(SaveFailure, PreviousFileStaysWholeAndNoTemporaryFileIsLeft) {
+    QTemporaryDir root;
+    QtFiles files(root.path().toStdString());
+    const QString folder = root.filePath("Plenda"), target = folder + "/blocks.json", aside = target + ".aside";
+    ASSERT_TRUE(files.createDirectories(folder.toStdString()));
+    ASSERT_FALSE(files.writeFileAtomically(target.toStdString(), "[\"previous\"]"));
+    const std::string_view fault = GetParam().name;
+    rlimit saved{};
+    getrlimit(RLIMIT_FSIZE, &saved);
+    const auto previousHandler = std::signal(SIGXFSZ, SIG_IGN);  // a write past the limit fails with EFBIG
+    if (fault.starts_with("DiskFull")) {  // as on a full disk, for root too
+        rlimit limited = saved;
+        limited.rlim_cur = GetParam().bytes / 2;
+        setrlimit(RLIMIT_FSIZE, &limited);
+    } else if (fault == "ReadOnlyFolder") {  // root ignores file modes; another user does not
+        chmod(qPrintable(root.path()), 0755);
+        chmod(qPrintable(folder), 0555);
+        setfsuid(65534);
+    } else {  // something else took the file's place; renaming over a folder fails
+        QDir().rename(target, aside);
+        QDir().mkdir(target);
+    }
+    EXPECT_TRUE(files.writeFileAtomically(target.toStdString(), std::string(GetParam().bytes, 'x')));
+    setfsuid(getuid());
+    setrlimit(RLIMIT_FSIZE, &saved);
+    std::signal(SIGXFSZ, previousHandler);
+    chmod(qPrintable(folder), 0700);
+    if (QDir().rmdir(target)) QDir().rename(aside, target);
+
+    EXPECT_EQ(files.readFile(target.toStdString()).bytes, "[\"previous\"]");
+    EXPECT_EQ(QDir(folder).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden),
+              QStringList{"blocks.json"});
+    EXPECT_FALSE(files.writeFileAtomically(target.toStdString(), "[]")) << "the next write succeeds";
+}
+
+// Small writes sit in a buffer until commit unless the file is unbuffered.
+INSTANTIATE_TEST_SUITE_P(Faults, SaveFailure,
+                         ::testing::Values(Fault{"DiskFullSmallWrite", 2 * 1024}, Fault{"DiskFull", 12 * 1024},
+                                           Fault{"DiskFullLargeWrite", 1024 * 1024}, Fault{"ReadOnlyFolder", 8 * 1024},
+                                           Fault{"FileReplacedByFolder", 8 * 1024}),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace
 }  // namespace plenda

@@ -24,13 +24,17 @@ protected:
     }
 };
 
-TEST_F(QtSchedulerTest, PostsRunLaterOnTheMainThreadInOrder) {
+TEST_F(QtSchedulerTest, PostsRunLaterInOrderAndCancelledTimersNeverRun) {
     std::vector<int> order;
+    bool cancelledRan = false, timerRan = false;
     scheduler.post([&] { order.push_back(1); });
     scheduler.post([&] { order.push_back(2); });
     EXPECT_TRUE(order.empty()) << "never inside the call";
-    runUntil([&] { return order.size() == 2; });
+    scheduler.after(0, [&] { cancelledRan = true; }).cancel();
+    scheduler.after(0.001, [&] { timerRan = true; });
+    runUntil([&] { return order.size() == 2 && timerRan; });
     EXPECT_EQ(order, (std::vector{1, 2}));
+    EXPECT_FALSE(cancelledRan);
 }
 
 TEST_F(QtSchedulerTest, WorkerRunsOffTheMainThreadOneAtATimeAndPostsBack) {
@@ -50,15 +54,6 @@ TEST_F(QtSchedulerTest, WorkerRunsOffTheMainThreadOneAtATimeAndPostsBack) {
     EXPECT_TRUE(offMain);
     EXPECT_EQ(maximum, 1);
     for (int i = 0; i < 20; ++i) EXPECT_EQ(results[static_cast<std::size_t>(i)], i);
-}
-
-TEST_F(QtSchedulerTest, CancelledWorkNeverRuns) {
-    bool ran = false, marker = false;
-    TaskHandle handle = scheduler.after(0, [&] { ran = true; });
-    handle.cancel();
-    scheduler.after(0.001, [&] { marker = true; });
-    runUntil([&] { return marker; });
-    EXPECT_FALSE(ran);
 }
 
 }  // namespace

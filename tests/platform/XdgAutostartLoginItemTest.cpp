@@ -1,8 +1,9 @@
 #include "platform/linux/XdgAutostartLoginItem.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
+
+#include <fstream>
 
 namespace plenda {
 namespace {
@@ -11,14 +12,13 @@ class XdgAutostart : public ::testing::Test {
 protected:
     QTemporaryDir config;
     std::string folder() const { return config.path().toStdString() + "/autostart"; }
-    std::string entry(const XdgAutostartLoginItem& item) const {
-        QFile file(QString::fromStdString(item.entryPath()));
-        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
-        return file.readAll().toStdString();
+    static std::string entry(const XdgAutostartLoginItem& item) {
+        std::ifstream in(item.entryPath());
+        return std::string(std::istreambuf_iterator<char>(in), {});
     }
 };
 
-TEST_F(XdgAutostart, RegisterWritesAnEntryThatUnregisterRemoves) {
+TEST_F(XdgAutostart, RegisterWritesAnEntryThatUnregisterRemovesOrTheUserHides) {
     XdgAutostartLoginItem item(folder(), "/opt/plenda/bin/plenda");
     EXPECT_FALSE(item.isEnabled());
     EXPECT_FALSE(item.registerItem());
@@ -30,31 +30,20 @@ TEST_F(XdgAutostart, RegisterWritesAnEntryThatUnregisterRemoves) {
     EXPECT_FALSE(item.unregisterItem());
     EXPECT_FALSE(item.isEnabled());
     EXPECT_FALSE(item.unregisterItem()) << "unregistering twice is fine";
-}
 
-TEST_F(XdgAutostart, ExecutablePathsWithBlanksAreQuoted) {
-    XdgAutostartLoginItem item(folder(), "/home/me/My Apps/plenda");
-    ASSERT_FALSE(item.registerItem());
-    EXPECT_NE(entry(item).find("Exec=\"/home/me/My Apps/plenda\"\n"), std::string::npos);
-}
+    ASSERT_FALSE(XdgAutostartLoginItem(folder(), "/home/me/My Apps/plenda").registerItem());
+    EXPECT_NE(entry(item).find("Exec=\"/home/me/My Apps/plenda\"\n"), std::string::npos) << "blanks are quoted";
 
-TEST_F(XdgAutostart, AnEntryTheUserHidOrEmptiedIsNotEnabled) {
-    XdgAutostartLoginItem item(folder(), "/usr/bin/plenda");
-    ASSERT_FALSE(item.registerItem());
-    for (const char* content : {"[Desktop Entry]\nExec=/usr/bin/plenda\nHidden=true\n", "[Desktop Entry]\nExec=\n",
-                                "garbage"}) {
-        QFile file(QString::fromStdString(item.entryPath()));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        file.write(content);
-        file.close();
+    // An entry the user hid or emptied is not enabled.
+    for (const char* content : {"[Desktop Entry]\nExec=/opt/plenda/bin/plenda\nHidden=true\n",
+                                "[Desktop Entry]\nExec=\n", "garbage"}) {
+        std::ofstream(item.entryPath()) << content;
         EXPECT_FALSE(item.isEnabled()) << content;
     }
 }
 
 TEST_F(XdgAutostart, AFolderThatCannotBeMadeIsReported) {
-    QFile blocker(config.filePath("autostart"));
-    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));  // a file where the folder should be
-    blocker.close();
+    std::ofstream(config.filePath("autostart").toStdString()) << "a file where the folder should be";
     XdgAutostartLoginItem item(folder(), "/usr/bin/plenda");
     const auto error = item.registerItem();
     ASSERT_TRUE(error);

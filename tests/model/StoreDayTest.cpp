@@ -1,0 +1,297 @@
+#include "fakes/StoreFixture.h"
+#include "model/BlockList.h"
+#include "model/MacDayBlockJson.h"
+#include "tracking/CategoryRules.h"
+#include "views/ActivitySummaries.h"
+
+namespace plenda {
+namespace {
+
+using C = MacBlockCategory;
+
+MacDayBlock spanning(double from, double to) {
+    return makeBlock("B", MacBlockCategory::work, Date(from), Date(to));
+}
+
+std::vector<double> startsOf(const BlockList& list, double from, double to) {
+    std::vector<double> starts;
+    for (std::size_t i : list.startingWithin(Date(from), Date(to))) starts.push_back(list[i].effectiveStart().seconds);
+    return starts;
+}
+
+TEST(BlockList, IndexFollowsEveryKindOfChange) {
+    BlockList list;
+    list.replace({spanning(10, 20), spanning(30, 40), spanning(50, 60)});
+    list.append(spanning(5, 8));
+    EXPECT_EQ(startsOf(list, 0, 100), (std::vector<double>{10, 30, 50, 5}));
+
+    EXPECT_EQ(list.eraseIf([](const MacDayBlock& b) { return b.effectiveStart() == Date(30); }), 1u);
+    EXPECT_EQ(startsOf(list, 0, 100), (std::vector<double>{10, 50, 5}));
+    EXPECT_EQ(startsOf(list, 10, 50), (std::vector<double>{10})) << "the end of the range is open";
+
+    list.update(1, [](MacDayBlock& b) {
+        b.startDate.reset();
+        b.createdAt = Date(70);
+        b.endDate = Date(90);
+    });
+    EXPECT_EQ(startsOf(list, 60, 100), (std::vector<double>{70}));
+    EXPECT_EQ(list.endingWithin(Date(90), Date(90)), (std::vector<std::size_t>{1})) << "closed at both ends";
+    EXPECT_EQ(list.earliestStart(), Date(5));
+
+    list.replace({});
+    EXPECT_FALSE(list.earliestStart());
+    EXPECT_TRUE(list.startingWithin(Date(-1e9), Date(1e9)).empty());
+}
+
+class DayQueries : public StoreFixture {
+protected:
+    void SetUp() override {
+        scheduler.advanceTo(at(2023, 3, 8, 12));
+        makeStore();
+    }
+    MacDayBlock add(const char* title, C category, Date start, Date end) {
+        MacDayBlock block = makeBlock(title, category, start, end);
+        store->upsert(block);
+        return block;
+    }
+    // What the debounced save wrote, once it has run.
+    std::vector<MacDayBlock> savedAfterDebounce() {
+        scheduler.advance(0.8);
+        return *decodeBlocks(files.files.at(blocksPath));
+    }
+};
+
+TEST_F(DayQueries, BlocksAndTotalsBelongToTheDayTheyStartOn) {
+    EXPECT_EQ(store->todayMinutes(), 0);
+    EXPECT_EQ(store->selectedDayMinutes(), 0);
+    EXPECT_FALSE(store->earliestBlockDate());
+    const auto morning = add("Mail", C::work, at(2023, 3, 7, 9), at(2023, 3, 7, 10));
+    const auto afternoon = add("Xcode", C::work, at(2023, 3, 7, 14), at(2023, 3, 7, 15));
+    const auto night = add("Film", C::entertainment, at(2023, 3, 7, 23, 30), at(2023, 3, 8, 0, 30));
+    add("Other day", C::work, at(2023, 3, 6, 23, 59), at(2023, 3, 7, 0, 10));
+    add("Today", C::work, at(2023, 3, 8, 8), at(2023, 3, 8, 8, 45));
+    // Without a start a block counts from its creation.
+    MacDayBlock noStart = makeBlock("Notes", C::mind, at(2023, 3, 7, 9), at(2023, 3, 7, 10));
+    noStart.startDate.reset();
+    noStart.createdAt = at(2023, 3, 6, 23);
+    store->upsert(noStart);
+
+    EXPECT_EQ(store->blocksOnDay(at(2023, 3, 7, 12)), (std::vector{night, afternoon, morning}));
+    EXPECT_EQ(store->blocksOnDay(at(2023, 3, 6, 12)).size(), 2u);
+    EXPECT_EQ(store->blocksOnDay(at(2023, 3, 8, 0, 15)).size(), 1u);
+    EXPECT_DOUBLE_EQ(store->todayMinutes(), 45);
+    store->shiftSelectedDate(-1);
+    EXPECT_DOUBLE_EQ(store->selectedDayMinutes(), 180);
+    EXPECT_DOUBLE_EQ(store->todayMinutes(), 45);
+    EXPECT_EQ(store->earliestBlockDate(), at(2023, 3, 6, 23));
+}
+
+struct ShiftCase {
+    const char* name;
+    int selectedDay, selectedHour;  // in March 2023, Berlin
+    int nowDay;                     // at 10:00
+    int days;
+    int expectedDay, expectedHour;  // expectedDay 0: now
+};
+
+class ShiftSelectedDate : public StoreFixture, public ::testing::WithParamInterface<ShiftCase> {};
+
+TEST_P(ShiftSelectedDate, MovesByCalendarDaysButNeverPastNow) {
+    const ShiftCase& c = GetParam();
+    scheduler.advanceTo(at(2023, 3, c.selectedDay, c.selectedHour));
+    makeStore();  // selects the moment of creation
+    scheduler.advanceTo(at(2023, 3, c.nowDay, 10));
+    store->shiftSelectedDate(c.days);
+    const Date expected = c.expectedDay == 0 ? scheduler.now() : at(2023, 3, c.expectedDay, c.expectedHour);
+    EXPECT_EQ(store->selectedDate(), expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, ShiftSelectedDate,
+    ::testing::Values(ShiftCase{"forwardFromYesterdayAfternoonStopsAtNow", 7, 15, 8, 1, 0, 0},
+                      ShiftCase{"backFromYesterday", 7, 15, 8, -1, 6, 15},
+                      ShiftCase{"forwardFromToday", 8, 9, 8, 1, 0, 0},
+                      ShiftCase{"forwardFromYesterdayMorning", 7, 9, 8, 1, 8, 9},
+                      ShiftCase{"backAWeek", 8, 9, 8, -7, 1, 9},
+                      // Berlin moves to summer time on the 26th: that day has 23 hours.
+                      ShiftCase{"overTheClockChangeKeepsTheTimeOfDay", 25, 15, 31, 1, 26, 15}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+class DayEdits : public DayQueries {};
+
+TEST_F(DayEdits, RecategorisingTouchesOnlyTheSelectedDayAndTeachesAnOverride) {
+    const auto today = add("YouTube", C::entertainment, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
+    const auto otherCategory = add("YouTube", C::mind, at(2023, 3, 8, 9), at(2023, 3, 8, 9, 30));
+    const auto yesterday = add("YouTube", C::entertainment, at(2023, 3, 7, 8), at(2023, 3, 7, 9));
+    storeSync().state().writeDirtyIDs({});
+    scheduler.advance(60);  // the setup's save has run: only the edit can save again
+
+    store->changeCategory("YouTube", C::entertainment, C::work);
+    EXPECT_EQ(store->blocks()[0].category, C::work);
+    EXPECT_EQ(store->blocks()[0].modifiedAt, scheduler.now());
+    EXPECT_EQ(store->blocks()[1], otherCategory);
+    EXPECT_EQ(store->blocks()[2], yesterday);
+    EXPECT_EQ(categoryOverride(defaults, "youtube"), C::work);
+    EXPECT_EQ(dirtyIDs(), IdSet{today.id});
+    EXPECT_EQ(savedAfterDebounce(), store->blocks());
+}
+
+TEST_F(DayEdits, EditsMatchingNoBlockChangeNoBlock) {
+    add("Mail", C::work, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
+    scheduler.advance(1);
+    const int writes = defaults.writes();
+    store->changeCategory("Mail", C::work, C::work);
+    changeCategory(*store, MacActivitySummary{"__other", "Mail", C::work, 0, 0, {}, {}, true}, C::mind);
+    EXPECT_EQ(defaults.writes(), writes) << "same category, or the aggregate of small activities";
+
+    store->changeCategory("Figma", C::work, C::mind);
+    EXPECT_EQ(categoryOverride(defaults, "Figma"), C::mind) << "learnt even without a block to change";
+    store->deleteSummary("Other", C::chores);
+    store->deleteSummary("Mail", C::mind);
+    EXPECT_EQ(store->blocks().size(), 1u);
+    EXPECT_EQ(store->blocks()[0].category, C::work);
+    EXPECT_TRUE(pendingDeleteIDs().empty());
+    EXPECT_FALSE(store->hasPendingSave());
+}
+
+TEST_F(DayEdits, DeletingMovesIdsFromDirtyToPendingDelete) {
+    const auto a = add("Mail", C::work, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
+    const auto b = add("Mail", C::work, at(2023, 3, 8, 9), at(2023, 3, 8, 9, 30));
+    const auto otherDay = add("Mail", C::work, at(2023, 3, 7, 8), at(2023, 3, 7, 9));
+    const auto otherCategory = add("Mail", C::mind, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
+    scheduler.advance(1);  // the setup's save has run: only the edit can save again
+
+    store->deleteSummary("Mail", C::work);
+    EXPECT_EQ(store->blocks(), (std::vector{otherDay, otherCategory}));
+    EXPECT_EQ(pendingDeleteIDs(), (IdSet{a.id, b.id}));
+    EXPECT_EQ(dirtyIDs(), (IdSet{otherDay.id, otherCategory.id}));
+    EXPECT_EQ(savedAfterDebounce(), store->blocks());
+}
+
+TEST_F(DayEdits, ObserversHearEveryChange) {
+    int changes = 0;
+    const Subscription subscription = store->observe([&] { ++changes; });
+    add("Mail", C::work, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
+    store->shiftSelectedDate(-1);
+    store->shiftSelectedDate(1);
+    store->changeCategory("Mail", C::work, C::chores);
+    store->deleteSummary("Mail", C::chores);
+    EXPECT_EQ(changes, 5);
+}
+
+class SessionRecording : public DayQueries {};
+
+// Sessions after an Xcode/work block of 9:00-10:00.
+struct MergeCase {
+    const char* name;
+    const char* title;
+    C category;
+    int startMinute, startSecond;  // after 10:00
+    int endMinute;                 // after 10:00
+    double storedGap;              // 0: not stored
+    bool merges;
+};
+
+class MergeRule : public DayQueries, public ::testing::WithParamInterface<MergeCase> {};
+
+TEST_P(MergeRule, ExtendsTheLatestBlockOfTheActivityWithinTheGap) {
+    const MergeCase& c = GetParam();
+    if (c.storedGap != 0) defaults.setDouble("sessionMergeGapSeconds", c.storedGap);
+    const MacDayBlock block = add("Xcode", C::work, at(2023, 3, 8, 9), at(2023, 3, 8, 10));
+    storeSync().state().writeDirtyIDs({});
+    scheduler.advance(1);  // saves the block
+    const Date start = at(2023, 3, 8, 10, c.startMinute, c.startSecond);
+    const Date end = at(2023, 3, 8, 10, c.endMinute);
+    store->recordSession(c.title, c.category, start, end, "Logged automatically on Mac");
+
+    if (c.merges) {
+        MacDayBlock merged = block;
+        merged.endDate = end;
+        merged.weight = 60 + (end - start) / 60;
+        merged.modifiedAt = scheduler.now();
+        EXPECT_EQ(store->blocks(), std::vector{merged});
+        EXPECT_EQ(dirtyIDs(), IdSet{block.id});
+    } else {
+        ASSERT_EQ(store->blocks().size(), 2u);
+        EXPECT_EQ(store->blocks()[0], block);
+        const MacDayBlock& added = store->blocks()[1];
+        EXPECT_EQ(added, (MacDayBlock{added.id, c.title, c.category, (end - start) / 60, "Logged automatically on Mac",
+                                      start, start, end, "tracked", scheduler.now()}));
+        EXPECT_EQ(dirtyIDs(), IdSet{added.id});
+    }
+    scheduler.advance(1);
+    EXPECT_EQ(*decodeBlocks(files.files.at(blocksPath)), store->blocks());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, MergeRule,
+    ::testing::Values(MergeCase{"twoMinutesLater", "Xcode", C::work, 2, 0, 30, 0, true},
+                      MergeCase{"gapOf181Seconds", "Xcode", C::work, 3, 1, 30, 0, false},
+                      MergeCase{"gapOfExactly180", "Xcode", C::work, 3, 0, 30, 0, true},
+                      MergeCase{"otherCategory", "Xcode", C::mind, 2, 0, 30, 0, false},
+                      MergeCase{"otherTitle", "Xcode · api", C::work, 2, 0, 30, 0, false},
+                      MergeCase{"titleCaseMatters", "xcode", C::work, 2, 0, 30, 0, false},
+                      MergeCase{"storedGap60With90", "Xcode", C::work, 1, 30, 30, 60, false},
+                      MergeCase{"storedGap300With240", "Xcode", C::work, 4, 0, 30, 300, true},
+                      MergeCase{"zeroStoredGapMeans180", "Xcode", C::work, 3, 0, 30, -5, true},
+                      MergeCase{"startsRightAtTheEnd", "Xcode", C::work, 0, 0, 30, 0, true},
+                      MergeCase{"blockEndsAfterTheStart", "Xcode", C::work, -1, 0, 30, 0, false}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(SessionRecording, ANewBlockWaitsForTheCloud) {
+    store->recordSession("Safari", C::mind, at(2023, 3, 8, 10), at(2023, 3, 8, 10, 30), std::nullopt);
+    EXPECT_EQ(store->syncMessage(), "mac.sync.pending");
+    scheduler.runUntilIdle();
+    EXPECT_EQ(store->syncMessage(), "mac.sync.local") << "the block is still waiting for the cloud";
+}
+
+TEST_F(SessionRecording, NeverMergesAcrossMidnight) {
+    store->upsert(makeBlock("Xcode", C::work, at(2023, 3, 8, 23), at(2023, 3, 8, 23, 59)));
+    store->recordSession("Xcode", C::work, at(2023, 3, 9, 0, 1), at(2023, 3, 9, 0, 30), std::nullopt);
+    EXPECT_EQ(store->blocks().size(), 2u);
+}
+
+TEST_F(SessionRecording, BackwardsSessionAddsNoWeight) {
+    const MacDayBlock block = add("Xcode", C::work, at(2023, 3, 8, 9), at(2023, 3, 8, 10));
+    store->recordSession("Xcode", C::work, at(2023, 3, 8, 10, 2), at(2023, 3, 8, 9, 30), std::nullopt);
+    ASSERT_EQ(store->blocks().size(), 1u);
+    EXPECT_DOUBLE_EQ(store->blocks()[0].weight, 60);
+    EXPECT_EQ(store->blocks()[0].endDate, block.endDate) << "the later of the two ends";
+
+    store->recordSession("Notes", C::mind, at(2023, 3, 8, 11), at(2023, 3, 8, 10), std::nullopt);
+    ASSERT_EQ(store->blocks().size(), 2u);
+    EXPECT_EQ(store->blocks()[1].weight, 0);
+    EXPECT_EQ(store->blocks()[1].endDate, at(2023, 3, 8, 10));
+}
+
+TEST_F(SessionRecording, OnATieTheEarlierBlockInTheListIsExtended) {
+    const MacDayBlock first = makeBlock("Xcode", C::work, at(2023, 3, 8, 9), at(2023, 3, 8, 10));
+    const MacDayBlock second = makeBlock("Xcode", C::work, at(2023, 3, 8, 9, 30), at(2023, 3, 8, 10));
+    store->upsert(first);
+    store->upsert(second);
+    store->recordSession("Xcode", C::work, at(2023, 3, 8, 10, 1), at(2023, 3, 8, 10, 11), std::nullopt);
+    EXPECT_EQ(store->blocks()[0].endDate, at(2023, 3, 8, 10, 11));
+    EXPECT_EQ(store->blocks()[1], second);
+}
+
+TEST_F(SessionRecording, LatestCandidateWithoutEndMakesANewBlock) {
+    add("Xcode", C::work, at(2023, 3, 8, 9), at(2023, 3, 8, 10));
+    MacDayBlock synced = makeBlock("Xcode", C::work, at(2023, 3, 8, 10, 1), at(2023, 3, 8, 10, 1));
+    synced.endDate.reset();
+    store->upsert(synced);
+    store->recordSession("Xcode", C::work, at(2023, 3, 8, 10, 2), at(2023, 3, 8, 10, 30), std::nullopt);
+    EXPECT_EQ(store->blocks().size(), 3u);
+}
+
+TEST_F(SessionRecording, UpsertReplacesTheBlockWithTheSameIdAtTheEnd) {
+    MacDayBlock a = makeBlock("A", C::work, at(2023, 3, 8, 9), at(2023, 3, 8, 10));
+    const MacDayBlock b = makeBlock("B", C::work, at(2023, 3, 8, 10), at(2023, 3, 8, 11));
+    store->upsert(a);
+    store->upsert(b);
+    a.title = "A2";
+    store->upsert(a);
+    EXPECT_EQ(store->blocks(), (std::vector{b, a}));
+}
+
+}  // namespace
+}  // namespace plenda
