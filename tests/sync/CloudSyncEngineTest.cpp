@@ -85,25 +85,33 @@ TEST_F(Engine, FailedAccountCheckAndZoneCreationAreRetriedNextTime) {
     EXPECT_EQ(requestsOf(Kind::saveZone), 2u);
 }
 
-TEST_F(Engine, PullsEveryPageAndStoresTheTokenAfterEach) {
+TEST_F(Engine, PullStoresTheTokenPageByPageAndAFailurePutsBackTheOneItStartedFrom) {
+    ASSERT_TRUE(push({envelope(), envelope(), envelope()}).ok());
+    ASSERT_TRUE(pull().ok());
+    const auto synced = defaults.data(state.changeTokenKey());
+    ASSERT_TRUE(synced);
     ASSERT_TRUE(push({envelope(), envelope(), envelope()}).ok());
     server.setPageSize(2);
     cloud.hangNextRequests(1, 1);  // the second page
     engine.pull([](auto) {});
     scheduler.runUntilIdle();
     ASSERT_EQ(cloud.hungRequests(), 1u);
-    ASSERT_TRUE(state.loadChangeToken()) << "the first page's token is stored before the second is asked for";
-    state.saveChangeToken(nullptr);
-    cloud.failNextRequests(1, CloudFaultInjector::networkFailure(), 1);  // the second page
-    ASSERT_FALSE(pull().ok());
-    EXPECT_EQ(logLines().back(), "Pull failed: The network connection was lost");
-    EXPECT_FALSE(state.loadChangeToken()) << "pages that never reached the store are fetched again";
+    EXPECT_NE(defaults.data(state.changeTokenKey()), synced) << "the first page's token is stored before the second";
 
-    state.saveChangeToken(nullptr);
-    const auto all = pull();
-    ASSERT_TRUE(all.ok());
-    EXPECT_EQ(all.value().changed.size(), 3u);
-    EXPECT_FALSE(all.value().fullRefetch);
+    // Pages that never reached the store are fetched again, and only those.
+    for (const bool fromNothing : {false, true}) {
+        SCOPED_TRACE(fromNothing ? "from no token" : "from a stored token");
+        if (fromNothing) state.saveChangeToken(nullptr);
+        else defaults.setData(state.changeTokenKey(), *synced);
+        cloud.failNextRequests(1, CloudFaultInjector::networkFailure(), 1);  // the second page
+        ASSERT_FALSE(pull().ok());
+        EXPECT_EQ(logLines().back(), "Pull failed: The network connection was lost");
+        EXPECT_EQ(defaults.data(state.changeTokenKey()), fromNothing ? std::nullopt : synced);
+        const auto next = pull();
+        ASSERT_TRUE(next.ok());
+        EXPECT_EQ(next.value().changed.size(), fromNothing ? 6u : 3u);
+        EXPECT_FALSE(next.value().fullRefetch);
+    }
 }
 
 TEST_F(Engine, ExpiredTokenRefetchesTheWholeZone) {
