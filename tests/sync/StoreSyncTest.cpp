@@ -139,46 +139,33 @@ TEST_F(StoreSyncing, RemoteRecategorisationTeachesTheOverride) {
     EXPECT_EQ(localBlock(local.id)->category, MacBlockCategory::social);
 }
 
-TEST_F(StoreSyncing, RemoteDeletionsSpareDirtyBlocks) {
-    makeStore();
-    const MacDayBlock kept = block("Kept", 1), removed = block("Removed", 2);
-    store->upsert(kept);
-    store->upsert(removed);
-    sync();
-    remoteDelete(kept.id);
-    remoteDelete(removed.id);
-    // Edited here before the deletion arrived: the edit survives and is uploaded again.
-    storeSync().markBlocksDirty({kept});
-    sync();
-    EXPECT_TRUE(localBlock(kept.id));
-    EXPECT_FALSE(localBlock(removed.id));
-    EXPECT_EQ(serverBlock(kept.id), kept);
-    scheduler.advance(1);
-    EXPECT_EQ(decodeBlocks(files.files[blocksPath])->size(), 1u) << "the merge is saved";
-}
-
 TEST_F(StoreSyncing, LocalDeletionWinsOverARemoteEditNotYetPulled) {
     makeStore();
     const MacDayBlock b = block("Notes", 1);
     store->upsert(b);
     sync();
     remote(blockRecord(changed(b, b.title, *b.modifiedAt + 60)));
-    cloud.setAccountStatus(CloudAccountStatus::couldNotDetermine);  // the delete's upload fails
+    cloud.failNextRequests(1);  // the delete's upload
     MacActivitySummary summary;
     summary.title = "Notes";
     summary.category = b.category;
     deleteSummary(*store, summary);
     scheduler.runUntilIdle();
     ASSERT_FALSE(localBlock(b.id));
-    cloud.setAccountStatus(std::nullopt);
+    EXPECT_TRUE(storeSync().hasPendingChanges()) << "a deletion not yet sent is pending";
     sync();
     EXPECT_FALSE(localBlock(b.id));
     EXPECT_FALSE(serverBlock(b.id));
+    EXPECT_FALSE(storeSync().hasPendingChanges());
 }
 
-TEST_F(StoreSyncing, FailuresShowInTheStatus) {
+TEST_F(StoreSyncing, TheStatusSaysWhatIsLeftUndone) {
     makeStore();
+    cloud.failNextRequests(1);
     save(block("Mail", 1));
+    EXPECT_EQ(store->syncMessage(), "mac.sync.local");
+    save(block("Notes", 2));
+    EXPECT_EQ(store->syncMessage(), "mac.sync.local") << "an upload sends only its own block";
     const auto before = store->blocks();
 
     cloud.failNextRequests(1);
@@ -189,7 +176,6 @@ TEST_F(StoreSyncing, FailuresShowInTheStatus) {
                 ::testing::HasSubstr("\u2601\uFE0F [SYNC] Sync failed: The network connection was lost\n"));
 
     cloud.rejectRecords({before[0].id.string()});
-    storeSync().markBlocksDirty(before);
     sync();
     EXPECT_EQ(store->syncMessage(), "mac.sync.incomplete");
 
@@ -200,16 +186,6 @@ TEST_F(StoreSyncing, FailuresShowInTheStatus) {
     EXPECT_THAT(output.str(), ::testing::HasSubstr("Push failed: The network connection was lost"));
     sync();
     EXPECT_EQ(store->syncMessage(), "mac.sync.synced");
-}
-
-TEST_F(StoreSyncing, UpsertReportsWhetherItsUploadLeftAnythingPending) {
-    makeStore();
-    cloud.failNextRequests(1);
-    save(block("Mail", 1));
-    EXPECT_EQ(store->syncMessage(), "mac.sync.local");
-    save(block("Notes", 2));
-    EXPECT_EQ(store->syncMessage(), "mac.sync.local") << "an upload sends only its own block";
-    sync();
     save(block("Maps", 3));
     EXPECT_EQ(store->syncMessage(), "mac.sync.synced");
 }
@@ -272,20 +248,6 @@ TEST_F(StoreSyncing, AStalledUploadCannotOverwriteANewerVersion) {
     scheduler.runUntilIdle();
     EXPECT_EQ(serverBlock(id), newest) << "versions reach the server in the order they were sent";
     EXPECT_TRUE(dirtyIDs().empty());
-}
-
-TEST_F(StoreSyncing, PendingMeansDirtyOrDeleted) {
-    makeStore();
-    MacCloudSync& sync = storeSync();
-    EXPECT_FALSE(sync.hasPendingChanges());
-    sync.markDeleted({block("Mail", 9).id});
-    EXPECT_TRUE(sync.hasPendingChanges());
-    sync.state().clearPendingDeletes(pendingDeleteIDs());
-    const MacDayBlock dirty = block("Mail", 10);
-    sync.markBlocksDirty({dirty});
-    EXPECT_TRUE(sync.hasPendingChanges());
-    sync.state().clearDirty({dirty.id});
-    EXPECT_FALSE(sync.hasPendingChanges());
 }
 
 // A server that answers nonsense: records of the wrong shape, payloads that
@@ -382,19 +344,23 @@ TEST_F(HostileServer, TokensGoingBackwardsNeverUndoALocalChange) {
     expectSoundStore();
 }
 
-TEST_F(HostileServer, ARepeatedDeletionOfAnUnsentBlockLeavesIt) {
-    const MacDayBlock kept = block("Xcode", 1);
+TEST_F(HostileServer, RemoteDeletionsEvenRepeatedSpareBlocksChangedHere) {
+    const MacDayBlock kept = block("Kept", 1), removed = block("Removed", 2);
     store->upsert(kept);
+    store->upsert(removed);
     sync();
-    // Gone elsewhere, while here it changed and could not go up yet.
     remoteDelete(kept.id);
-    const MacDayBlock edited = changed(kept, "Xcode (edited)", scheduler.now() + 1);
+    remoteDelete(removed.id);
+    // Changed here before the deletion arrived, and not sent yet: the change survives and goes up again.
+    const MacDayBlock edited = changed(kept, "Kept (edited)", scheduler.now() + 1);
     saveOffline(edited);
     cloud.repeatChanges(true);
     sync();
     EXPECT_EQ(localBlock(kept.id), edited);
+    EXPECT_FALSE(localBlock(removed.id));
     EXPECT_EQ(serverBlock(kept.id), edited) << "the next push recreated it";
     expectSoundStore();
+    EXPECT_EQ(decodeBlocks(files.files[blocksPath])->size(), 1u) << "the merge is saved";
 }
 
 }  // namespace

@@ -11,9 +11,8 @@
 #include "platform/qt/QtScheduler.h"
 #include "platform/qt/SystemClock.h"
 #include "platform/standin/CloudFaultInjector.h"
-#include "sync/CloudSyncEngine.h"
 #include "platform/standin/SqliteCloudDatabase.h"
-#include "sync/MacCloudSync.h"
+#include "sync/MacCloudSync.h"  // and the engine
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -24,7 +23,6 @@
 #include <atomic>
 #include <mutex>
 #include <set>
-#include <sstream>
 #include <thread>
 
 namespace plenda {
@@ -64,6 +62,10 @@ TEST_F(ThreadedTest, EngineWorkerServesRequestsFromManyThreads) {
     std::mutex savedLock;
     std::set<std::string> saved;
     const QThread* mainThread = QThread::currentThread();
+    const auto completed = [&] {
+        if (QThread::currentThread() == mainThread) completedOnMain = true;
+        ++completions;
+    };
     std::vector<std::thread> callers;
     for (int t = 0; t < threads; ++t) {
         callers.emplace_back([&, t] {
@@ -71,21 +73,17 @@ TEST_F(ThreadedTest, EngineWorkerServesRequestsFromManyThreads) {
                 const Uuid id = Uuid::random();
                 state.markDirty({id});
                 if (i % 5 == 0) {
-                    engine.pull([&](CloudResult<PullResult>) {
-                        if (QThread::currentThread() == mainThread) completedOnMain = true;
-                        ++completions;
-                    });
+                    engine.pull([&](auto) { completed(); });
                     continue;
                 }
                 engine.push({CloudRecordEnvelope{id, "{\"t\":" + std::to_string(t) + "}", Date(i)}}, {},
                             [&, id](CloudResult<PushResult> result) {
-                                if (QThread::currentThread() == mainThread) completedOnMain = true;
                                 if (result.ok() && result.value().savedIDs.contains(id)) {
                                     std::lock_guard guard(savedLock);
                                     saved.insert(id.string());
                                 }
                                 state.clearDirty({id});
-                                ++completions;
+                                completed();
                             });
             }
         });
@@ -121,13 +119,13 @@ TEST_F(ThreadedTest, BookkeepingLockKeepsEveryMark) {
         });
     }
     for (auto& worker : workers) worker.join();
-    IdSet expectedDirty, expectedPending;
-    for (int t = 0; t < threads; ++t) {
-        expectedDirty.insert(dirty[t].begin(), dirty[t].end());
-        expectedPending.insert(pending[t].begin(), pending[t].end());
-    }
-    EXPECT_EQ(state.readIDs(state.dirtyKey()), expectedDirty);
-    EXPECT_EQ(state.readIDs(state.pendingDeleteKey()), expectedPending);
+    const auto all = [](const std::vector<IdSet>& sets) {
+        IdSet ids;
+        for (const IdSet& set : sets) ids.insert(set.begin(), set.end());
+        return ids;
+    };
+    EXPECT_EQ(state.readIDs(state.dirtyKey()), all(dirty));
+    EXPECT_EQ(state.readIDs(state.pendingDeleteKey()), all(pending));
 }
 
 // The store on the main thread records and edits while its uploads and a
