@@ -200,16 +200,6 @@ TEST_F(Engine, PushSavesGoFirstAndDeletionsFillTheRoomLeftInABatch) {
     }
 }
 
-TEST_F(Engine, RejectedSavesAreLoggedAndLeftOut) {
-    const auto a = envelope(), b = envelope(), c = envelope();
-    cloud.rejectRecords({b.id.string()});
-    const auto result = push({a, b, c});
-    ASSERT_TRUE(result.ok());
-    EXPECT_EQ(result.value().savedIDs, (IdSet{a.id, c.id}));
-    EXPECT_THAT(logLines(), ::testing::Contains("Save rejected for " + b.id.string() + ": Record rejected"));
-    EXPECT_EQ(logLines().back(), "Push: 2/3 saved, 0/0 deleted");
-}
-
 TEST_F(Engine, NothingToPushTouchesNothing) {
     ASSERT_TRUE(push({}).ok());
     EXPECT_THAT(logLines(), ElementsAre("Push: nothing pending"));

@@ -178,6 +178,9 @@ TEST_F(StoreSyncing, TheStatusSaysWhatIsLeftUndone) {
     cloud.rejectRecords({before[0].id.string()});
     sync();
     EXPECT_EQ(store->syncMessage(), "mac.sync.incomplete");
+    EXPECT_THAT(log.texts(), ::testing::Contains("Save rejected for " + before[0].id.string() + ": Record rejected"));
+    EXPECT_FALSE(serverBlock(before[0].id));
+    EXPECT_EQ(serverBlock(before[1].id), before[1]);
 
     cloud.rejectRecords({});
     cloud.failNextRequests(1, CloudFaultInjector::networkFailure(), 1);  // the push after the pull
