@@ -9,6 +9,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cmath>
 #include <set>
 
 namespace plenda {
@@ -27,16 +28,23 @@ protected:
         cloudDatabase = &cloud;
         systemLog = &log;
         scheduler.advanceTo(day + 8 * 3600);
+        makeStore();
     }
     void sync() {
         bool finished = false;
         store->syncNow([&] { finished = true; });
         scheduler.runUntilIdle();
-        EXPECT_TRUE(finished);
-        EXPECT_FALSE(store->isSyncing());
+        EXPECT_TRUE(finished && !store->isSyncing());
     }
     MacDayBlock block(const std::string& title, double hour, MacBlockCategory category = MacBlockCategory::work) {
         return makeBlock(title, category, day + hour * 3600, day + hour * 3600 + 1200);
+    }
+    // A block already synced.
+    MacDayBlock uploaded(const std::string& title, double hour) {
+        const MacDayBlock b = block(title, hour);
+        store->upsert(b);
+        sync();
+        return b;
     }
     static MacDayBlock changed(MacDayBlock b, std::string title, Date at) {
         b.title = std::move(title);
@@ -99,7 +107,6 @@ TEST_F(StoreSyncing, FirstSyncUploadsEveryBlock) {
 }
 
 TEST_F(StoreSyncing, TheLaterChangeWinsAndTiesKeepTheLocalBlock) {
-    makeStore();
     struct Case {
         const char* name;
         double localModified, remoteModified;  // seconds after the block's start; NaN: absent
@@ -127,10 +134,7 @@ TEST_F(StoreSyncing, TheLaterChangeWinsAndTiesKeepTheLocalBlock) {
 }
 
 TEST_F(StoreSyncing, RemoteRecategorisationTeachesTheOverride) {
-    makeStore();
-    const MacDayBlock local = block("Slack", 1, MacBlockCategory::work);
-    store->upsert(local);
-    sync();
+    const MacDayBlock local = uploaded("Slack", 1);
     MacDayBlock remoteBlock = changed(local, local.title, *local.modifiedAt + 60);
     remoteBlock.category = MacBlockCategory::social;
     remote(blockRecord(remoteBlock));
@@ -140,10 +144,7 @@ TEST_F(StoreSyncing, RemoteRecategorisationTeachesTheOverride) {
 }
 
 TEST_F(StoreSyncing, LocalDeletionWinsOverARemoteEditNotYetPulled) {
-    makeStore();
-    const MacDayBlock b = block("Notes", 1);
-    store->upsert(b);
-    sync();
+    const MacDayBlock b = uploaded("Notes", 1);
     remote(blockRecord(changed(b, b.title, *b.modifiedAt + 60)));
     cloud.failNextRequests(1);  // the delete's upload
     MacActivitySummary summary;
@@ -160,7 +161,6 @@ TEST_F(StoreSyncing, LocalDeletionWinsOverARemoteEditNotYetPulled) {
 }
 
 TEST_F(StoreSyncing, TheStatusSaysWhatIsLeftUndone) {
-    makeStore();
     cloud.failNextRequests(1);
     save(block("Mail", 1));
     EXPECT_EQ(store->syncMessage(), "mac.sync.local");
@@ -194,7 +194,6 @@ TEST_F(StoreSyncing, TheStatusSaysWhatIsLeftUndone) {
 }
 
 TEST_F(StoreSyncing, SyncWhileSyncingChangesNothing) {
-    makeStore();
     cloud.hangNextRequests(1);
     store->syncNow();
     scheduler.runUntilIdle();
@@ -219,7 +218,6 @@ TEST_F(StoreSyncing, DisabledSyncOnlySaysSo) {
 }
 
 TEST_F(StoreSyncing, StaleDirtyIdsArePrunedByAFullSync) {
-    makeStore();
     sync();
     const Uuid ghost = Uuid::random();
     storeSync().state().markDirty({ghost});
@@ -231,7 +229,6 @@ TEST_F(StoreSyncing, StaleDirtyIdsArePrunedByAFullSync) {
 }
 
 TEST_F(StoreSyncing, AStalledUploadCannotOverwriteANewerVersion) {
-    makeStore();
     const Date start = day + 3600;
     store->recordSession("Mail", MacBlockCategory::work, start, start + 600, std::nullopt);
     scheduler.runUntilIdle();
@@ -262,7 +259,6 @@ protected:
     void SetUp() override {
         StoreSyncing::SetUp();
         server.setPageSize(2);
-        makeStore();
     }
     static CloudRecord record(std::string name, std::map<std::string, CloudFieldValue> fields) {
         return CloudRecord{dayBlockRecordType, {std::move(name), dayBlocksZoneID()}, std::move(fields), {}};
@@ -270,9 +266,7 @@ protected:
 };
 
 TEST_F(HostileServer, MalformedRecordsAreSkippedAndLocalChangesSurvive) {
-    const MacDayBlock synced = block("Mail", 1);
-    store->upsert(synced);
-    sync();
+    const MacDayBlock synced = uploaded("Mail", 1);
     ASSERT_EQ(serverBlock(synced.id), synced);
     const MacDayBlock edited = changed(synced, "Mail (edited here)", scheduler.now());
     saveOffline(edited);
@@ -348,10 +342,7 @@ TEST_F(HostileServer, TokensGoingBackwardsNeverUndoALocalChange) {
 }
 
 TEST_F(HostileServer, RemoteDeletionsEvenRepeatedSpareBlocksChangedHere) {
-    const MacDayBlock kept = block("Kept", 1), removed = block("Removed", 2);
-    store->upsert(kept);
-    store->upsert(removed);
-    sync();
+    const MacDayBlock kept = uploaded("Kept", 1), removed = uploaded("Removed", 2);
     remoteDelete(kept.id);
     remoteDelete(removed.id);
     // Changed here before the deletion arrived, and not sent yet: the change survives and goes up again.
