@@ -65,21 +65,6 @@ TEST_F(StandIn, ChangesSinceATokenIncludeTombstonesButAFullFetchDoesNot) {
     EXPECT_TRUE(full.deletions.empty());
 }
 
-TEST_F(StandIn, PagesEndWithMoreComingFalse) {
-    server.setPageSize(2);
-    ASSERT_TRUE(modify({record("1"), record("2"), record("3"), record("4"), record("5")}).ok());
-    CloudChangeTokenPtr token;
-    std::vector<std::size_t> pages;
-    for (bool more = true; more;) {
-        const auto page = fetch(token).value();
-        pages.push_back(page.modifications.size());
-        token = page.changeToken;
-        more = page.moreComing;
-    }
-    EXPECT_EQ(pages, (std::vector<std::size_t>{2, 2, 1}));
-    EXPECT_TRUE(fetch(token).value().modifications.empty());
-}
-
 TEST_F(StandIn, CompactedTombstonesExpireOlderTokens) {
     const Uuid a = Uuid::random();
     ASSERT_TRUE(modify({record("1", a)}).ok());
