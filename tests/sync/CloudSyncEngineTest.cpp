@@ -53,18 +53,19 @@ protected:
 };
 
 TEST_F(Engine, OpensTheContainerOnceAndLogsToBothChannels) {
+    ASSERT_TRUE(push({}).ok());
+    EXPECT_TRUE(cloud.requests().empty()) << "nothing to push touches nothing";
     ASSERT_TRUE(pull().ok());
     ASSERT_TRUE(pull().ok());
-    EXPECT_THAT(logLines(), ElementsAre("Opening container iCloud.app.plenda.Plenda", "Account status = 1",
-                                        "Zone 'DayBlocks' ready", "Pull: 0 changed, 0 deleted",
-                                        "Pull: 0 changed, 0 deleted"));
+    EXPECT_THAT(logLines(), ElementsAre("Push: nothing pending", "Opening container iCloud.app.plenda.Plenda",
+                                        "Account status = 1", "Zone 'DayBlocks' ready",
+                                        "Pull: 0 changed, 0 deleted", "Pull: 0 changed, 0 deleted"));
     EXPECT_EQ(requestsOf(Kind::accountStatus), 1u);
     EXPECT_EQ(requestsOf(Kind::saveZone), 1u) << "the zone flag is remembered";
     EXPECT_TRUE(defaults.boolValue("cloudSync.dayBlocks.zoneCreated"));
     EXPECT_EQ(systemLog.lines().front().subsystem, "app.plenda.Plenda.sync");
     EXPECT_EQ(systemLog.lines().front().category, "CloudSync");
-    EXPECT_EQ(output.str().substr(0, output.str().find('\n')),
-              "\u2601\uFE0F [SYNC] Opening container iCloud.app.plenda.Plenda");
+    EXPECT_EQ(output.str().substr(0, output.str().find('\n')), "\u2601\uFE0F [SYNC] Push: nothing pending");
 }
 
 TEST_F(Engine, RefusedAccountsFailAndOnlyLastingRefusalsLatch) {
@@ -194,12 +195,6 @@ TEST_F(Engine, PushSavesGoFirstAndDeletionsFillTheRoomLeftInABatch) {
         EXPECT_EQ(result.value().savedIDs.size(), saves);
         EXPECT_EQ(result.value().deletedIDs.size(), deletes) << "absent records count as deleted";
     }
-}
-
-TEST_F(Engine, NothingToPushTouchesNothing) {
-    ASSERT_TRUE(push({}).ok());
-    EXPECT_THAT(logLines(), ElementsAre("Push: nothing pending"));
-    EXPECT_TRUE(cloud.requests().empty());
 }
 
 TEST_F(Engine, AFailedBatchFailsThePush) {

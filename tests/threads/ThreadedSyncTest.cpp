@@ -123,20 +123,21 @@ TEST_F(ThreadedTest, StoreUploadsBesideTheMainThread) {
     cloud.failAtRandom(0.1, 11);
 
     const Date start = clock.now() - 3600;
-    bool syncing = true;
-    store.syncNow([&] { syncing = false; });
-    for (int i = 0; i < 30; ++i) {
-        store.recordSession("Session " + std::to_string(i), MacBlockCategory::work, start + i * 60.0,
-                            start + i * 60.0 + 30, "Logged automatically on Mac");
-        QCoreApplication::processEvents();
-    }
-    runUntil([&] { return !syncing; });
-    cloud.failAtRandom(0, 0);
-    for (int round = 0; round < 5 && store.sync()->hasPendingChanges(); ++round) {
-        syncing = true;
+    const auto syncAndWait = [&](const std::function<void()>& meanwhile) {
+        bool syncing = true;
         store.syncNow([&] { syncing = false; });
+        meanwhile();
         runUntil([&] { return !syncing; });
-    }
+    };
+    syncAndWait([&] {
+        for (int i = 0; i < 30; ++i) {
+            store.recordSession("Session " + std::to_string(i), MacBlockCategory::work, start + i * 60.0,
+                                start + i * 60.0 + 30, "Logged automatically on Mac");
+            QCoreApplication::processEvents();
+        }
+    });
+    cloud.failAtRandom(0, 0);
+    for (int round = 0; round < 5 && store.sync()->hasPendingChanges(); ++round) syncAndWait([] {});
 
     EXPECT_FALSE(store.sync()->hasPendingChanges());
     const auto records = server.records(dayBlocksZoneID());
