@@ -307,8 +307,4 @@ void CloudSyncEngine::resetAvailability(std::function<void()> completion) {
     });
 }
 
-void CloudSyncEngine::readAvailability(std::function<void(bool, bool)> completion) {
-    onWorker([this, completion = std::move(completion)] { completion(isUnavailable_, cachedDatabase_ != nullptr); });
-}
-
 }  // namespace plenda

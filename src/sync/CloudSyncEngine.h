@@ -73,8 +73,6 @@ public:
     // After a system wake: forget the latch and the cached database so the
     // next operation examines the account afresh. Ordered with the others.
     void resetAvailability(std::function<void()> completion = {});
-    // For diagnostics and the quit path; a snapshot taken on the worker.
-    void readAvailability(std::function<void(bool isUnavailable, bool hasDatabase)> completion);
 
     // Standard output and the system log, one line each.
     void syncLog(const std::string& message);

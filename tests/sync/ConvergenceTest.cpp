@@ -1,16 +1,11 @@
 // Two devices of one account edit their days and sync through one faulty
 // cloud; once the faults stop, both must hold the same blocks with every
 // local change kept.
-#include "fakes/KeyStringTable.h"
-#include "fakes/MemoryDefaults.h"
-#include "fakes/MemoryFiles.h"
-#include "fakes/StoreFixture.h"
+#include "fakes/StoreFixture.h"  // with the store's fakes, calendar and sync side
 #include "platform/standin/CloudFaultInjector.h"
 #include "platform/standin/SqliteCloudDatabase.h"
-#include "views/MacActivitySummary.h"
-#include "sync/MacCloudSync.h"
-#include "tracking/CategoryRules.h"
 #include "views/ActivitySummaries.h"
+#include "views/MacActivitySummary.h"
 
 #include <gtest/gtest.h>
 
@@ -47,7 +42,7 @@ protected:
     std::map<Uuid, MacDayBlock> newestEdit;  // across both devices
     std::set<Uuid> deleted;
 
-    int pick(int n) { return std::uniform_int_distribution<int>(0, n - 1)(random); }
+    std::size_t pick(std::size_t n) { return std::uniform_int_distribution<std::size_t>(0, n - 1)(random); }
 
     // One user action on `device`, remembering what it changed.
     void act(Device& device) {
@@ -55,24 +50,20 @@ protected:
         MacActivityStore& store = *device.store;
         const auto before = store.blocks();
         const Date now = scheduler.now();
-        const std::string title = titles[static_cast<std::size_t>(pick(static_cast<int>(titles.size())))];
-        const auto category = allCategories[static_cast<std::size_t>(pick(3))];
-        const int action = pick(10);
+        const std::string title = titles[pick(titles.size())];
+        const auto category = allCategories[pick(3)];
+        const std::size_t action = pick(10);
         if (action < 7 || before.empty()) {
             store.recordSession(title, category, now - 20 - pick(60), now, "Logged automatically on Mac");
         } else {
-            const MacDayBlock& target = before[static_cast<std::size_t>(pick(static_cast<int>(before.size())))];
+            const MacDayBlock& target = before[pick(before.size())];
             MacActivitySummary summary;
             summary.title = target.title;
             summary.category = target.category;
-            if (action < 9) {
-                changeCategory(store, summary, allCategories[static_cast<std::size_t>(3 + pick(3))]);
-            } else {
-                deleteSummary(store, summary);
-            }
+            if (action < 9) changeCategory(store, summary, allCategories[3 + pick(3)]);
+            else deleteSummary(store, summary);
         }
-        std::map<Uuid, MacDayBlock> after;
-        for (const auto& block : store.blocks()) after.emplace(block.id, block);
+        const auto after = byId(store);
         for (const auto& block : before) {
             if (!after.contains(block.id)) deleted.insert(block.id);
         }
@@ -80,6 +71,11 @@ protected:
             auto& newest = newestEdit[id];
             if (block.lastModified() > newest.lastModified()) newest = block;
         }
+    }
+    static std::map<Uuid, MacDayBlock> byId(const MacActivityStore& store) {
+        std::map<Uuid, MacDayBlock> blocks;
+        for (const auto& block : store.blocks()) blocks.emplace(block.id, block);
+        return blocks;
     }
 };
 
@@ -90,7 +86,7 @@ TEST_P(Convergence, TwoDevicesThroughAFaultyCloudEndEqualWithNothingLost) {
 
     for (int round = 0; round < 200; ++round) {
         for (Device* device : devices) {
-            for (int i = pick(3); i > 0; --i) {
+            for (std::size_t i = pick(3); i > 0; --i) {
                 scheduler.advance(7);
                 act(*device);
             }
@@ -98,48 +94,35 @@ TEST_P(Convergence, TwoDevicesThroughAFaultyCloudEndEqualWithNothingLost) {
         if (pick(20) == 0) devices[pick(2)]->cloud.expireToken();
         if (round % 40 == 39) server.compactTombstones(dayBlocksZoneID());
         if (round == 100) server.deleteZone(dayBlocksZoneID(), true);
-        devices[pick(2)]->store->syncNow();
-        scheduler.advance(5);
-        devices[pick(2)]->store->syncNow();
-        scheduler.advance(5);
-    }
-
-    for (Device* device : devices) device->cloud.failAtRandom(0, 0);
-    for (int i = 0; i < 2; ++i) {
-        for (Device* device : devices) {
-            device->store->syncNow();
+        for (int i = 0; i < 2; ++i) {
+            devices[pick(2)]->store->syncNow();
             scheduler.advance(5);
         }
     }
 
-    auto sorted = [](std::vector<MacDayBlock> blocks) {
-        std::sort(blocks.begin(), blocks.end(), [](const auto& a, const auto& b) { return a.id < b.id; });
-        return blocks;
-    };
-    const auto macBlocks = sorted(mac.store->blocks());
-    const auto laptopBlocks = sorted(laptop.store->blocks());
-    std::map<Uuid, MacDayBlock> onLaptop;
-    for (const auto& block : laptopBlocks) onLaptop.emplace(block.id, block);
-    for (const auto& block : macBlocks) {
-        const auto found = onLaptop.find(block.id);
-        EXPECT_TRUE(found != onLaptop.end() && found->second == block)
-            << block.id.string() << " differs; deleted somewhere: " << deleted.contains(block.id)
-            << "; on laptop: " << (found != onLaptop.end()) << "; mac modified " << block.lastModified().seconds
-            << (found != onLaptop.end() ? " laptop modified " + std::to_string(found->second.lastModified().seconds)
-                                        : std::string());
+    for (Device* device : devices) device->cloud.failAtRandom(0, 0);
+    for (int i = 0; i < 4; ++i) {
+        devices[i % 2]->store->syncNow();
+        scheduler.advance(5);
     }
-    ASSERT_EQ(macBlocks.size(), laptopBlocks.size());
+
+    const auto onMac = byId(*mac.store), onLaptop = byId(*laptop.store);
+    for (const auto& [id, block] : onMac) {
+        const auto found = onLaptop.find(id);
+        EXPECT_TRUE(found != onLaptop.end() && found->second == block)
+            << id.string() << " differs; deleted somewhere: " << deleted.contains(id)
+            << "; on laptop: " << (found != onLaptop.end());
+    }
+    ASSERT_EQ(mac.store->blocks().size(), laptop.store->blocks().size());
     EXPECT_FALSE(mac.store->sync()->hasPendingChanges());
     EXPECT_FALSE(laptop.store->sync()->hasPendingChanges());
-    EXPECT_EQ(server.records(dayBlocksZoneID()).size(), macBlocks.size());
+    EXPECT_EQ(server.records(dayBlocksZoneID()).size(), mac.store->blocks().size());
 
-    std::map<Uuid, MacDayBlock> final;
-    for (const auto& block : macBlocks) final.emplace(block.id, block);
     std::size_t checked = 0;
     for (const auto& [id, newest] : newestEdit) {
         if (deleted.contains(id)) continue;
-        ASSERT_TRUE(final.contains(id)) << "a block nobody deleted is gone";
-        EXPECT_EQ(final.at(id), newest) << "the newest edit of a block was lost";
+        ASSERT_TRUE(onMac.contains(id)) << "a block nobody deleted is gone";
+        EXPECT_EQ(onMac.at(id), newest) << "the newest edit of a block was lost";
         ++checked;
     }
     EXPECT_GT(checked, 50u);

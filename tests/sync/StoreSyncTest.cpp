@@ -1,121 +1,171 @@
-#include "CloudStoreFixture.h"
-#include "views/ActivitySummaries.h"
+#include "fakes/CapturedSystemLog.h"
+#include "fakes/StoreFixture.h"
 #include "model/MacDayBlockJson.h"
+#include "platform/standin/CloudFaultInjector.h"
+#include "platform/standin/SqliteCloudDatabase.h"
 #include "tracking/CategoryRules.h"
+#include "views/ActivitySummaries.h"
 #include "views/MacActivitySummary.h"
 
 #include <gmock/gmock.h>
 
+#include <cmath>
+#include <set>
+
 namespace plenda {
 namespace {
 
-class StoreSyncing : public CloudStoreFixture {};
+// A store on virtual time that syncs with the SQLite stand-in through a fault
+// injector, with helpers to act as another device straight on the server.
+class StoreSyncing : public StoreFixture {
+protected:
+    SqliteCloudDatabase server{SqliteCloudDatabase::Options{.clock = &scheduler}};
+    CloudFaultInjector cloud{server};
+    CapturedSystemLog log;
+    const Date day = at(2023, 3, 1, 9);
+
+    void SetUp() override {
+        cloudDatabase = &cloud;
+        systemLog = &log;
+        scheduler.advanceTo(day + 8 * 3600);
+        makeStore();
+    }
+    void sync() {
+        bool finished = false;
+        store->syncNow([&] { finished = true; });
+        scheduler.runUntilIdle();
+        EXPECT_TRUE(finished && !store->isSyncing());
+    }
+    MacDayBlock block(const std::string& title, double hour, MacBlockCategory category = MacBlockCategory::work) {
+        return makeBlock(title, category, day + hour * 3600, day + hour * 3600 + 1200);
+    }
+    // A block already synced.
+    MacDayBlock uploaded(const std::string& title, double hour) {
+        const MacDayBlock b = block(title, hour);
+        store->upsert(b);
+        sync();
+        return b;
+    }
+    static MacDayBlock changed(MacDayBlock b, std::string title, Date at) {
+        b.title = std::move(title);
+        b.modifiedAt = at;
+        return b;
+    }
+    void save(const MacDayBlock& b) {
+        store->upsert(b);
+        scheduler.runUntilIdle();
+    }
+    // Changed here while the cloud is out of reach: the change stays pending.
+    void saveOffline(const MacDayBlock& b) {
+        cloud.failNextRequests(100);
+        save(b);
+        cloud.failNextRequests(0);
+    }
+    // Changes made by another device, straight on the server.
+    void remote(CloudRecord record) {
+        server.modifyRecords({std::move(record)}, {}, CloudSavePolicy::allKeys, false, [](auto) {});
+    }
+    static CloudRecord blockRecord(const MacDayBlock& b) {
+        return makeRecord(CloudRecordEnvelope{b.id, *encodeBlock(b), b.lastModified()});
+    }
+    void remoteDelete(const Uuid& id) {
+        server.modifyRecords({}, {CloudRecordID{id.string(), dayBlocksZoneID()}}, CloudSavePolicy::allKeys, false,
+                             [](auto) {});
+    }
+    std::optional<MacDayBlock> serverBlock(const Uuid& id) {
+        const auto records = server.records(dayBlocksZoneID());
+        const auto found = records.find(id.string());
+        if (found == records.end()) return std::nullopt;
+        return decodeBlock(std::get<Data>(found->second.fields.at("payload")).bytes);
+    }
+    std::optional<MacDayBlock> localBlock(const Uuid& id) const {
+        for (const auto& b : store->blocks()) {
+            if (b.id == id) return b;
+        }
+        return std::nullopt;
+    }
+    // No block twice, and the file on disk decodes to what the store holds.
+    void expectSoundStore() {
+        std::set<Uuid> ids;
+        for (const auto& b : store->blocks()) EXPECT_TRUE(ids.insert(b.id).second) << "duplicate " << b.id.string();
+        scheduler.advance(MacActivityStore::saveDelay + 1);
+        const auto saved = decodeBlocks(files.files[blocksPath]);
+        ASSERT_TRUE(saved) << "the block file decodes";
+        EXPECT_EQ(*saved, store->blocks());
+    }
+};
 
 TEST_F(StoreSyncing, FirstSyncUploadsEveryBlock) {
-    makeStore();
-    const MacDayBlock a = block("Xcode", 1), b = block("Mail", 2), c = block("Safari", 3);
-    files.files[blocksPath] = *encodeBlocks({a, b, c});
+    const std::vector<MacDayBlock> blocks{block("Xcode", 1), block("Mail", 2), block("Safari", 3)};
+    files.files[blocksPath] = *encodeBlocks(blocks);
     makeStore();
     sync();
-    EXPECT_EQ(serverBlock(a.id), a);
-    EXPECT_EQ(serverBlock(b.id), b);
-    EXPECT_EQ(serverBlock(c.id), c);
+    for (const auto& b : blocks) EXPECT_EQ(serverBlock(b.id), b);
     EXPECT_TRUE(dirtyIDs().empty());
     EXPECT_EQ(store->syncMessage(), "mac.sync.synced");
     EXPECT_THAT(log.texts(), ::testing::Contains("Push: 3/3 saved, 0/0 deleted"));
 }
 
-struct MergeCase {
-    const char* name;
-    double localModified, remoteModified;  // seconds after the block's end; < -1e9: absent
-    bool remoteWins;
-};
-
-class LastWriterWins : public StoreSyncing, public ::testing::WithParamInterface<MergeCase> {};
-
-TEST_P(LastWriterWins, TheLaterChangeWinsAndTiesKeepTheLocalBlock) {
-    makeStore();
-    MacDayBlock local = block("Xcode", 1);
-    local.modifiedAt = local.createdAt + GetParam().localModified;
-    store->upsert(local);
-    sync();
-    MacDayBlock remote = local;
-    remote.title = "Xcode · plenda";
-    remote.modifiedAt = local.createdAt + GetParam().remoteModified;
-    if (GetParam().remoteModified < -1e9) {
-        remote.modifiedAt.reset();
-        remote.createdAt = local.createdAt + 1;  // createdAt stands in and is later
+TEST_F(StoreSyncing, TheLaterChangeWinsAndTiesKeepTheLocalBlock) {
+    struct Case {
+        const char* name;
+        double localModified, remoteModified;  // seconds after the block's start; NaN: absent
+        bool remoteWins;
+    };
+    const double undated = std::nan("");
+    double hour = 0;
+    for (const Case& c : {Case{"remoteLater", 0, 1, true}, Case{"tie", 5, 5, false},
+                          Case{"remoteEarlier", 5, 4, false}, Case{"remoteUndatedButCreatedLater", 0, undated, true}}) {
+        SCOPED_TRACE(c.name);
+        MacDayBlock local = block("Xcode", ++hour);
+        local.modifiedAt = local.createdAt + c.localModified;
+        store->upsert(local);
+        sync();
+        MacDayBlock remoteBlock = changed(local, "Xcode · plenda", local.createdAt + c.remoteModified);
+        if (std::isnan(c.remoteModified)) {
+            remoteBlock.modifiedAt.reset();
+            remoteBlock.createdAt = local.createdAt + 1;  // createdAt stands in and is later
+        }
+        remote(blockRecord(remoteBlock));
+        sync();
+        EXPECT_EQ(localBlock(local.id)->title, c.remoteWins ? remoteBlock.title : local.title);
+        EXPECT_EQ(serverBlock(local.id)->title, remoteBlock.title) << "a merge uploads nothing by itself";
     }
-    remoteSave(remote);
-    sync();
-    EXPECT_EQ(localBlock(local.id)->title, GetParam().remoteWins ? remote.title : local.title);
-    EXPECT_EQ(serverBlock(local.id)->title, GetParam().remoteWins ? remote.title : "Xcode · plenda")
-        << "a merge uploads nothing by itself";
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, LastWriterWins,
-                         ::testing::Values(MergeCase{"remoteLater", 0, 1, true}, MergeCase{"tie", 5, 5, false},
-                                           MergeCase{"remoteEarlier", 5, 4, false},
-                                           MergeCase{"remoteUndatedButCreatedLater", 0, -2e9, true}),
-                         [](const auto& info) { return std::string(info.param.name); });
-
 TEST_F(StoreSyncing, RemoteRecategorisationTeachesTheOverride) {
-    makeStore();
-    MacDayBlock local = block("Slack", 1, MacBlockCategory::work);
-    store->upsert(local);
-    sync();
-    MacDayBlock remote = local;
-    remote.category = MacBlockCategory::social;
-    remote.modifiedAt = *local.modifiedAt + 60;
-    remoteSave(remote);
+    const MacDayBlock local = uploaded("Slack", 1);
+    MacDayBlock remoteBlock = changed(local, local.title, *local.modifiedAt + 60);
+    remoteBlock.category = MacBlockCategory::social;
+    remote(blockRecord(remoteBlock));
     sync();
     EXPECT_EQ(categoryOverride(defaults, "slack"), MacBlockCategory::social);
     EXPECT_EQ(localBlock(local.id)->category, MacBlockCategory::social);
 }
 
-TEST_F(StoreSyncing, RemoteDeletionsSpareDirtyBlocks) {
-    makeStore();
-    const MacDayBlock kept = block("Kept", 1), removed = block("Removed", 2);
-    store->upsert(kept);
-    store->upsert(removed);
-    sync();
-    remoteDelete(kept.id);
-    remoteDelete(removed.id);
-    // Edited here before the deletion arrived: the edit survives and is uploaded again.
-    storeSync().markBlocksDirty({kept});
-    sync();
-    EXPECT_TRUE(localBlock(kept.id));
-    EXPECT_FALSE(localBlock(removed.id));
-    EXPECT_EQ(serverBlock(kept.id), kept);
-    scheduler.advance(1);
-    EXPECT_EQ(decodeBlocks(files.files[blocksPath])->size(), 1u) << "the merge is saved";
-}
-
 TEST_F(StoreSyncing, LocalDeletionWinsOverARemoteEditNotYetPulled) {
-    makeStore();
-    const MacDayBlock b = block("Notes", 1);
-    store->upsert(b);
-    sync();
-    MacDayBlock edited = b;
-    edited.modifiedAt = *b.modifiedAt + 60;
-    remoteSave(edited);
-    cloud.setAccountStatus(CloudAccountStatus::couldNotDetermine);  // the delete's upload fails
+    const MacDayBlock b = uploaded("Notes", 1);
+    remote(blockRecord(changed(b, b.title, *b.modifiedAt + 60)));
+    cloud.failNextRequests(1);  // the delete's upload
     MacActivitySummary summary;
     summary.title = "Notes";
     summary.category = b.category;
     deleteSummary(*store, summary);
     scheduler.runUntilIdle();
     ASSERT_FALSE(localBlock(b.id));
-    cloud.setAccountStatus(std::nullopt);
+    EXPECT_TRUE(storeSync().hasPendingChanges()) << "a deletion not yet sent is pending";
     sync();
     EXPECT_FALSE(localBlock(b.id));
     EXPECT_FALSE(serverBlock(b.id));
+    EXPECT_FALSE(storeSync().hasPendingChanges());
 }
 
-TEST_F(StoreSyncing, FailuresShowInTheStatus) {
-    makeStore();
-    store->upsert(block("Mail", 1));
-    scheduler.runUntilIdle();
+TEST_F(StoreSyncing, TheStatusSaysWhatIsLeftUndone) {
+    cloud.failNextRequests(1);
+    save(block("Mail", 1));
+    EXPECT_EQ(store->syncMessage(), "mac.sync.local");
+    save(block("Notes", 2));
+    EXPECT_EQ(store->syncMessage(), "mac.sync.local") << "an upload sends only its own block";
     const auto before = store->blocks();
 
     cloud.failNextRequests(1);
@@ -126,9 +176,11 @@ TEST_F(StoreSyncing, FailuresShowInTheStatus) {
                 ::testing::HasSubstr("\u2601\uFE0F [SYNC] Sync failed: The network connection was lost\n"));
 
     cloud.rejectRecords({before[0].id.string()});
-    storeSync().markBlocksDirty(before);
     sync();
     EXPECT_EQ(store->syncMessage(), "mac.sync.incomplete");
+    EXPECT_THAT(log.texts(), ::testing::Contains("Save rejected for " + before[0].id.string() + ": Record rejected"));
+    EXPECT_FALSE(serverBlock(before[0].id));
+    EXPECT_EQ(serverBlock(before[1].id), before[1]);
 
     cloud.rejectRecords({});
     cloud.failNextRequests(1, CloudFaultInjector::networkFailure(), 1);  // the push after the pull
@@ -137,25 +189,11 @@ TEST_F(StoreSyncing, FailuresShowInTheStatus) {
     EXPECT_THAT(output.str(), ::testing::HasSubstr("Push failed: The network connection was lost"));
     sync();
     EXPECT_EQ(store->syncMessage(), "mac.sync.synced");
-}
-
-TEST_F(StoreSyncing, UpsertReportsWhetherItsUploadLeftAnythingPending) {
-    makeStore();
-    cloud.failNextRequests(1);
-    store->upsert(block("Mail", 1));
-    scheduler.runUntilIdle();
-    EXPECT_EQ(store->syncMessage(), "mac.sync.local");
-    store->upsert(block("Notes", 2));
-    scheduler.runUntilIdle();
-    EXPECT_EQ(store->syncMessage(), "mac.sync.local") << "an upload sends only its own block";
-    sync();
-    store->upsert(block("Maps", 3));
-    scheduler.runUntilIdle();
+    save(block("Maps", 3));
     EXPECT_EQ(store->syncMessage(), "mac.sync.synced");
 }
 
 TEST_F(StoreSyncing, SyncWhileSyncingChangesNothing) {
-    makeStore();
     cloud.hangNextRequests(1);
     store->syncNow();
     scheduler.runUntilIdle();
@@ -180,7 +218,6 @@ TEST_F(StoreSyncing, DisabledSyncOnlySaysSo) {
 }
 
 TEST_F(StoreSyncing, StaleDirtyIdsArePrunedByAFullSync) {
-    makeStore();
     sync();
     const Uuid ghost = Uuid::random();
     storeSync().state().markDirty({ghost});
@@ -192,19 +229,17 @@ TEST_F(StoreSyncing, StaleDirtyIdsArePrunedByAFullSync) {
 }
 
 TEST_F(StoreSyncing, AStalledUploadCannotOverwriteANewerVersion) {
-    makeStore();
     const Date start = day + 3600;
     store->recordSession("Mail", MacBlockCategory::work, start, start + 600, std::nullopt);
     scheduler.runUntilIdle();
     const Uuid id = store->blocks().front().id;
 
     cloud.hangNextRequests(1);  // the upload of the second version stalls
-    scheduler.advance(10);
-    store->recordSession("Mail", MacBlockCategory::work, start + 700, start + 900, std::nullopt);
-    scheduler.runUntilIdle();
-    scheduler.advance(10);
-    store->recordSession("Mail", MacBlockCategory::work, start + 1000, start + 1100, std::nullopt);
-    scheduler.runUntilIdle();
+    for (const double from : {700, 1000}) {
+        scheduler.advance(10);
+        store->recordSession("Mail", MacBlockCategory::work, start + from, start + from + 100, std::nullopt);
+        scheduler.runUntilIdle();
+    }
     const MacDayBlock newest = store->blocks().front();
     EXPECT_NE(serverBlock(id), newest) << "the third version waits behind the stalled second";
     EXPECT_TRUE(dirtyIDs().contains(id));
@@ -215,18 +250,111 @@ TEST_F(StoreSyncing, AStalledUploadCannotOverwriteANewerVersion) {
     EXPECT_TRUE(dirtyIDs().empty());
 }
 
-TEST_F(StoreSyncing, PendingMeansDirtyOrDeleted) {
-    makeStore();
-    MacCloudSync& sync = storeSync();
-    EXPECT_FALSE(sync.hasPendingChanges());
-    sync.markDeleted({block("Mail", 9).id});
-    EXPECT_TRUE(sync.hasPendingChanges());
-    sync.state().clearPendingDeletes(pendingDeleteIDs());
-    const MacDayBlock dirty = block("Mail", 10);
-    sync.markBlocksDirty({dirty});
-    EXPECT_TRUE(sync.hasPendingChanges());
-    sync.state().clearDirty({dirty.id});
-    EXPECT_FALSE(sync.hasPendingChanges());
+// A server that answers nonsense: records of the wrong shape, payloads that
+// are not blocks or claim to be another block, pages that repeat themselves
+// and tokens that go backwards. The store keeps every local change, takes
+// in only well-formed blocks, and its file stays readable.
+class HostileServer : public StoreSyncing {
+protected:
+    void SetUp() override {
+        StoreSyncing::SetUp();
+        server.setPageSize(2);
+    }
+    static CloudRecord record(std::string name, std::map<std::string, CloudFieldValue> fields) {
+        return CloudRecord{dayBlockRecordType, {std::move(name), dayBlocksZoneID()}, std::move(fields), {}};
+    }
+};
+
+TEST_F(HostileServer, MalformedRecordsAreSkippedAndLocalChangesSurvive) {
+    const MacDayBlock synced = uploaded("Mail", 1);
+    ASSERT_EQ(serverBlock(synced.id), synced);
+    const MacDayBlock edited = changed(synced, "Mail (edited here)", scheduler.now());
+    saveOffline(edited);
+
+    const MacDayBlock wellFormed = block("Safari", 2), asText = block("Notes", 3), namedBadly = block("Terminal", 4),
+                      datedAsText = block("Xcode", 5);
+    // A newer "Mail" filed under someone else's name.
+    const MacDayBlock impostor = changed(synced, "Mail (impostor)", scheduler.now() + 3600);
+    const auto bytes = [](const MacDayBlock& b) { return Data{*encodeBlock(b)}; };
+    remote(record("not-a-uuid", {{payloadField, bytes(namedBadly)}}));
+    remote(record(asText.id.string(), {{payloadField, *encodeBlock(asText)}}));  // text, not bytes
+    remote(record(Uuid::random().string(), {{payloadField, Data{"[1,2,3]"}}}));
+    remote(record(Uuid::random().string(), {{payloadField, Data{"{\"id\":\"x\"}"}}}));
+    remote(record(Uuid::random().string(), {{payloadField, 42.0}, {modifiedAtField, std::string("yesterday")}}));
+    remote(record(Uuid::random().string(), {{modifiedAtField, Date(1)}}));
+    remote(record(Uuid::random().string(), {{payloadField, bytes(impostor)}}));
+    remote(record(datedAsText.id.string(), {{payloadField, bytes(datedAsText)}, {modifiedAtField, std::string("now")}}));
+    remote(blockRecord(wellFormed));
+    cloud.repeatChanges(true);
+
+    sync();
+
+    EXPECT_EQ(localBlock(synced.id), edited) << "neither the impostor nor anything else replaced the local edit";
+    EXPECT_EQ(serverBlock(synced.id), edited) << "the local edit went up";
+    EXPECT_EQ(localBlock(wellFormed.id), wellFormed);
+    EXPECT_EQ(localBlock(datedAsText.id), datedAsText) << "a date of the wrong type falls back, the block is kept";
+    EXPECT_FALSE(localBlock(asText.id)) << "a payload that is text, not bytes, is no block";
+    EXPECT_FALSE(localBlock(namedBadly.id)) << "a record whose name is not a UUID is no block";
+    EXPECT_EQ(store->blocks().size(), 3u);
+    EXPECT_TRUE(dirtyIDs().empty());
+    EXPECT_EQ(store->syncMessage(), "mac.sync.synced");
+    expectSoundStore();
+}
+
+TEST_F(HostileServer, TokensGoingBackwardsNeverUndoALocalChange) {
+    std::vector<MacDayBlock> blocks;
+    for (int i = 0; i < 5; ++i) blocks.push_back(block("Block " + std::to_string(i), i));
+    for (const auto& b : blocks) store->upsert(b);
+    sync();
+    const auto oldToken = defaults.data(storeSync().state().changeTokenKey());
+    ASSERT_TRUE(oldToken);
+
+    // Another device changes two blocks; this one edits a third.
+    const MacDayBlock remoteEdit = changed(blocks[0], "Changed elsewhere", scheduler.now());
+    const MacDayBlock remoteEdit2 = changed(blocks[1], "Also changed elsewhere", scheduler.now());
+    remote(blockRecord(remoteEdit));
+    remote(blockRecord(remoteEdit2));
+    scheduler.advance(60);
+    const MacDayBlock localEdit = changed(blocks[2], "Changed here", scheduler.now());
+    save(localEdit);
+    sync();
+    ASSERT_EQ(localBlock(remoteEdit.id), remoteEdit);
+
+    // The stored token goes back to before all that, and the pages keep
+    // answering with the token they were asked with for a while.
+    defaults.setData(storeSync().state().changeTokenKey(), *oldToken);
+    cloud.rewindTokens(3);
+    cloud.repeatChanges(true);
+    scheduler.advance(60);
+    const MacDayBlock laterEdit = changed(remoteEdit2, "Changed here after that", scheduler.now());
+    save(laterEdit);
+    sync();
+    sync();
+
+    EXPECT_EQ(localBlock(remoteEdit.id), remoteEdit);
+    EXPECT_EQ(localBlock(localEdit.id), localEdit);
+    EXPECT_EQ(localBlock(laterEdit.id), laterEdit) << "an older version replayed by the server does not win";
+    EXPECT_EQ(serverBlock(laterEdit.id), laterEdit);
+    EXPECT_EQ(serverBlock(localEdit.id), localEdit);
+    EXPECT_EQ(store->blocks().size(), 5u);
+    EXPECT_TRUE(dirtyIDs().empty());
+    expectSoundStore();
+}
+
+TEST_F(HostileServer, RemoteDeletionsEvenRepeatedSpareBlocksChangedHere) {
+    const MacDayBlock kept = uploaded("Kept", 1), removed = uploaded("Removed", 2);
+    remoteDelete(kept.id);
+    remoteDelete(removed.id);
+    // Changed here before the deletion arrived, and not sent yet: the change survives and goes up again.
+    const MacDayBlock edited = changed(kept, "Kept (edited)", scheduler.now() + 1);
+    saveOffline(edited);
+    cloud.repeatChanges(true);
+    sync();
+    EXPECT_EQ(localBlock(kept.id), edited);
+    EXPECT_FALSE(localBlock(removed.id));
+    EXPECT_EQ(serverBlock(kept.id), edited) << "the next push recreated it";
+    expectSoundStore();
+    EXPECT_EQ(decodeBlocks(files.files[blocksPath])->size(), 1u) << "the merge is saved";
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 // The parts that really run on several threads, on real threads: the sync
-// engine's worker under the Qt scheduler, the store's uploads beside its main
-// thread, and the bookkeeping lock under contention. Built with
+// engine's worker under the Qt scheduler with the bookkeeping lock under
+// contention, and the store's uploads beside its main thread. Built with
 // ThreadSanitizer in CI, where any data race fails the run.
 #include "fakes/KeyStringTable.h"
 #include "fakes/MemoryDefaults.h"
@@ -11,9 +11,8 @@
 #include "platform/qt/QtScheduler.h"
 #include "platform/qt/SystemClock.h"
 #include "platform/standin/CloudFaultInjector.h"
-#include "sync/CloudSyncEngine.h"
 #include "platform/standin/SqliteCloudDatabase.h"
-#include "sync/MacCloudSync.h"
+#include "sync/MacCloudSync.h"  // and the engine
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -24,7 +23,6 @@
 #include <atomic>
 #include <mutex>
 #include <set>
-#include <sstream>
 #include <thread>
 
 namespace plenda {
@@ -50,20 +48,26 @@ protected:
     }
 };
 
-// Pushes and pulls requested from several threads at once while other
-// threads mark and clear bookkeeping: every completion comes, on the worker,
-// and the server ends with exactly what was saved.
-TEST_F(ThreadedTest, EngineWorkerServesRequestsFromManyThreads) {
+// Pushes and pulls requested from several threads at once, each marking
+// its ids while the completions clear some on the worker: every completion
+// comes, on the worker; the server ends with exactly what was saved, and the
+// read-modify-writes of the id sets lose no mark.
+TEST_F(ThreadedTest, EngineWorkerAndBookkeepingServeManyThreads) {
     CloudSyncState state(defaults);
     CloudSyncEngine engine({state, scheduler, &cloud, nullptr, output});
     cloud.failAtRandom(0.2, 7);
 
-    constexpr int threads = 4, perThread = 25;
+    constexpr int threads = 4, perThread = 50;
     std::atomic<int> completions{0};
     std::atomic<bool> completedOnMain{false};
     std::mutex savedLock;
     std::set<std::string> saved;
+    std::vector<IdSet> keptDirty(threads), deleted(threads);
     const QThread* mainThread = QThread::currentThread();
+    const auto completed = [&] {
+        if (QThread::currentThread() == mainThread) completedOnMain = true;
+        ++completions;
+    };
     std::vector<std::thread> callers;
     for (int t = 0; t < threads; ++t) {
         callers.emplace_back([&, t] {
@@ -71,21 +75,21 @@ TEST_F(ThreadedTest, EngineWorkerServesRequestsFromManyThreads) {
                 const Uuid id = Uuid::random();
                 state.markDirty({id});
                 if (i % 5 == 0) {
-                    engine.pull([&](CloudResult<PullResult>) {
-                        if (QThread::currentThread() == mainThread) completedOnMain = true;
-                        ++completions;
-                    });
+                    state.markDeleted({id});
+                    deleted[t].insert(id);
+                    engine.pull([&](auto) { completed(); });
                     continue;
                 }
+                const bool keep = i % 3 == 0;
+                if (keep) keptDirty[t].insert(id);
                 engine.push({CloudRecordEnvelope{id, "{\"t\":" + std::to_string(t) + "}", Date(i)}}, {},
-                            [&, id](CloudResult<PushResult> result) {
-                                if (QThread::currentThread() == mainThread) completedOnMain = true;
+                            [&, id, keep](CloudResult<PushResult> result) {
                                 if (result.ok() && result.value().savedIDs.contains(id)) {
                                     std::lock_guard guard(savedLock);
                                     saved.insert(id.string());
                                 }
-                                state.clearDirty({id});
-                                ++completions;
+                                if (!keep) state.clearDirty({id});
+                                completed();
                             });
             }
         });
@@ -98,36 +102,13 @@ TEST_F(ThreadedTest, EngineWorkerServesRequestsFromManyThreads) {
     for (const auto& [recordName, record] : server.records(dayBlocksZoneID())) onServer.insert(recordName);
     EXPECT_EQ(onServer, saved);
     EXPECT_GT(saved.size(), 0u);
-}
-
-// Read-modify-write of the id sets from several threads at once loses no
-// mark: every thread's ids end where its own last step put them.
-TEST_F(ThreadedTest, BookkeepingLockKeepsEveryMark) {
-    CloudSyncState state(defaults);
-    constexpr int threads = 4, perThread = 150;
-    std::vector<IdSet> dirty(threads), pending(threads);
-    std::vector<std::thread> workers;
-    for (int t = 0; t < threads; ++t) {
-        workers.emplace_back([&, t] {
-            for (int i = 0; i < perThread; ++i) {
-                const Uuid id = Uuid::random();
-                state.markDirty({id});
-                switch (i % 3) {
-                case 0: dirty[t].insert(id); break;
-                case 1: state.markDeleted({id}); pending[t].insert(id); break;
-                default: state.clearDirty({id}); break;
-                }
-            }
-        });
-    }
-    for (auto& worker : workers) worker.join();
-    IdSet expectedDirty, expectedPending;
-    for (int t = 0; t < threads; ++t) {
-        expectedDirty.insert(dirty[t].begin(), dirty[t].end());
-        expectedPending.insert(pending[t].begin(), pending[t].end());
-    }
-    EXPECT_EQ(state.readIDs(state.dirtyKey()), expectedDirty);
-    EXPECT_EQ(state.readIDs(state.pendingDeleteKey()), expectedPending);
+    const auto all = [](const std::vector<IdSet>& sets) {
+        IdSet ids;
+        for (const IdSet& set : sets) ids.insert(set.begin(), set.end());
+        return ids;
+    };
+    EXPECT_EQ(state.readIDs(state.dirtyKey()), all(keptDirty));
+    EXPECT_EQ(state.readIDs(state.pendingDeleteKey()), all(deleted));
 }
 
 // The store on the main thread records and edits while its uploads and a
@@ -142,20 +123,21 @@ TEST_F(ThreadedTest, StoreUploadsBesideTheMainThread) {
     cloud.failAtRandom(0.1, 11);
 
     const Date start = clock.now() - 3600;
-    bool syncing = true;
-    store.syncNow([&] { syncing = false; });
-    for (int i = 0; i < 30; ++i) {
-        store.recordSession("Session " + std::to_string(i), MacBlockCategory::work, start + i * 60.0,
-                            start + i * 60.0 + 30, "Logged automatically on Mac");
-        QCoreApplication::processEvents();
-    }
-    runUntil([&] { return !syncing; });
-    cloud.failAtRandom(0, 0);
-    for (int round = 0; round < 5 && store.sync()->hasPendingChanges(); ++round) {
-        syncing = true;
+    const auto syncAndWait = [&](const std::function<void()>& meanwhile) {
+        bool syncing = true;
         store.syncNow([&] { syncing = false; });
+        meanwhile();
         runUntil([&] { return !syncing; });
-    }
+    };
+    syncAndWait([&] {
+        for (int i = 0; i < 30; ++i) {
+            store.recordSession("Session " + std::to_string(i), MacBlockCategory::work, start + i * 60.0,
+                                start + i * 60.0 + 30, "Logged automatically on Mac");
+            QCoreApplication::processEvents();
+        }
+    });
+    cloud.failAtRandom(0, 0);
+    for (int round = 0; round < 5 && store.sync()->hasPendingChanges(); ++round) syncAndWait([] {});
 
     EXPECT_FALSE(store.sync()->hasPendingChanges());
     const auto records = server.records(dayBlocksZoneID());
