@@ -3,6 +3,8 @@
 #include "platform/SystemLog.h"
 
 #include <algorithm>
+#include <iterator>
+#include <unordered_set>
 
 namespace plenda {
 
@@ -34,9 +36,6 @@ NoAccountDatabase noAccountDatabase;
 struct CloudSyncEngine::PullRun {
     CloudDatabase* database;
     CloudChangeTokenPtr token;
-    // The token this pull started from, stored back if it fails part-way.
-    CloudChangeTokenPtr startToken;
-    bool savedAPage = false;
     PullResult result;
     std::function<void(CloudResult<PullResult>)> completion;
 };
@@ -145,7 +144,6 @@ void CloudSyncEngine::pull(std::function<void(CloudResult<PullResult>)> completi
             auto run = std::make_shared<PullRun>();
             run->database = opened.value();
             run->token = state_.loadChangeToken();
-            run->startToken = run->token;
             run->completion = std::move(completion);
             fetchPage(std::move(run));
         });
@@ -165,23 +163,34 @@ void CloudSyncEngine::fetchPage(std::shared_ptr<PullRun> run) {
 void CloudSyncEngine::pageArrived(std::shared_ptr<PullRun> run, CloudResult<CloudZoneChanges> page) {
     PullResult& result = run->result;
     if (page.ok()) {
+        std::vector<CloudRecordEnvelope> changed;
+        std::unordered_set<Uuid> changedIDs;
         for (const auto& [recordID, modification] : page.value().modifications) {
             if (!modification.ok()) continue;
-            if (auto envelope = makeEnvelope(modification.value())) result.changed.push_back(std::move(*envelope));
+            if (auto envelope = makeEnvelope(modification.value())) {
+                changedIDs.insert(envelope->id);
+                changed.push_back(std::move(*envelope));
+            }
         }
+        std::vector<Uuid> deleted;
         for (const CloudRecordID& recordID : page.value().deletions) {
-            if (const auto id = Uuid::parse(recordID.recordName)) result.deleted.push_back(*id);
+            if (const auto id = Uuid::parse(recordID.recordName)) deleted.push_back(*id);
         }
-        // Saved before the next page is asked for, so a later failure does
-        // not fetch these pages again.
-        state_.saveChangeToken(page.value().changeToken);
-        run->savedAPage = true;
-        if (page.value().moreComing) {
-            run->token = page.value().changeToken;
-            return fetchPage(std::move(run));
+        // A later page overrides an earlier one for the same block.
+        if (!deleted.empty()) {
+            const std::unordered_set<Uuid> deletedIDs(deleted.begin(), deleted.end());
+            std::erase_if(result.changed, [&](const CloudRecordEnvelope& e) { return deletedIDs.contains(e.id); });
         }
+        if (!changedIDs.empty()) {
+            std::erase_if(result.deleted, [&](const Uuid& id) { return changedIDs.contains(id); });
+        }
+        std::move(changed.begin(), changed.end(), std::back_inserter(result.changed));
+        result.deleted.insert(result.deleted.end(), deleted.begin(), deleted.end());
+        run->token = page.value().changeToken;
+        if (page.value().moreComing) return fetchPage(std::move(run));
         syncLog("Pull: " + std::to_string(result.changed.size()) + " changed, " +
                 std::to_string(result.deleted.size()) + " deleted" + (result.fullRefetch ? " (full refetch)" : ""));
+        result.changeToken = run->token;
         return run->completion(std::move(result));
     }
 
@@ -189,10 +198,8 @@ void CloudSyncEngine::pageArrived(std::shared_ptr<PullRun> run, CloudResult<Clou
     if (error.isCloudKit(CloudErrorCode::changeTokenExpired)) {
         syncLog("Change token expired; refetching in full");
         state_.defaults().remove(state_.changeTokenKey());
-        result = PullResult{{}, {}, true};
+        result = PullResult{{}, {}, true, nullptr};
         run->token = nullptr;
-        run->startToken = nullptr;
-        run->savedAPage = false;
         return fetchPage(std::move(run));
     }
     if (error.isCloudKit(CloudErrorCode::zoneNotFound) || error.isCloudKit(CloudErrorCode::userDeletedZone)) {
@@ -202,13 +209,10 @@ void CloudSyncEngine::pageArrived(std::shared_ptr<PullRun> run, CloudResult<Clou
         CloudDatabase& database = *run->database;
         return ensureZone(database, [run = std::move(run)](std::optional<CloudError> zoneError) {
             if (zoneError) return run->completion(std::move(*zoneError));
-            run->completion(PullResult{{}, {}, true});
+            run->completion(PullResult{{}, {}, true, nullptr});
         });
     }
     syncLog("Pull failed: " + error.description);
-    // The pages already received never reach the store; without the older
-    // token they would never be fetched again.
-    if (run->savedAPage) state_.saveChangeToken(run->startToken);
     run->completion(error);
 }
 

@@ -27,10 +27,16 @@ inline constexpr const char* domain = "CloudSyncError";
 inline CloudError unavailable() { return CloudError{domain, 0, "iCloud is unavailable"}; }
 }  // namespace CloudSyncError
 
+// What changed since the stored token, in server order: a block changed on a
+// later page than its deletion is among `changed` only, and the reverse.
 struct PullResult {
     std::vector<CloudRecordEnvelope> changed;
     std::vector<Uuid> deleted;
     bool fullRefetch = false;
+    // The zone's token after the last page. The engine does not store it: the
+    // caller does, once the blocks it covers are in the block file, so a quit
+    // or a crash in between fetches them again instead of losing them.
+    CloudChangeTokenPtr changeToken;
 };
 
 struct PushResult {

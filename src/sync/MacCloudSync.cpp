@@ -84,6 +84,11 @@ void MacCloudSync::syncNow(std::function<void()> finished) {
             // After a token expiry or a rebuilt zone the server may lack anything.
             if (result.fullRefetch) markBlocksDirty(store_.blocks());
             applyPulled(result.changed, result.deleted);
+            // The token only once what it covers is in the block file; a failed
+            // write leaves the old token, and the next pull brings the same again.
+            if ((result.changed.empty() && result.deleted.empty()) || store_.saveNow()) {
+                state_.saveChangeToken(result.changeToken);
+            }
             pushPending(store_.blocks(), true, [this, alive, finished] {
                 if (alive.expired()) return;
                 isSyncing_ = false;
