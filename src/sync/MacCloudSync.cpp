@@ -182,6 +182,7 @@ void MacCloudSync::applyPulled(const std::vector<CloudRecordEnvelope>& changed,
     std::vector<MacDayBlock> merged = store_.blocks();
     auto index = indexByID(merged);
     const IdSet pendingDeletes = state.readIDs(state.pendingDeleteKey());
+    std::vector<MacDayBlock> newerHere;
 
     for (const CloudRecordEnvelope& envelope : changed) {
         auto incoming = decodeBlock(envelope.payload);
@@ -196,7 +197,13 @@ void MacCloudSync::applyPulled(const std::vector<CloudRecordEnvelope>& changed,
             continue;
         }
         MacDayBlock& local = merged[found->second];
-        if (incoming->lastModified() <= local.lastModified()) continue;
+        if (incoming->lastModified() < local.lastModified()) {
+            // The server holds an older version (pushed over ours without a
+            // pull): ours must go up again, or the devices stay different.
+            newerHere.push_back(local);
+            continue;
+        }
+        if (incoming->lastModified() == local.lastModified()) continue;
         if (incoming->title == local.title && incoming->category != local.category) {
             store_.rememberCategory(incoming->title, incoming->category);
         }
@@ -216,6 +223,7 @@ void MacCloudSync::applyPulled(const std::vector<CloudRecordEnvelope>& changed,
         return a.effectiveStart() < b.effectiveStart();
     });
     store_.replaceBlocks(std::move(merged));
+    if (!newerHere.empty()) markBlocksDirty(newerHere);
 }
 
 }  // namespace plenda

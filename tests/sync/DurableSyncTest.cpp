@@ -84,5 +84,23 @@ TEST_F(DurableSync, ABlockSavedAgainAfterItsDeletionOnAnEarlierPageStays) {
     EXPECT_EQ(local->title, "Kept, edited");
 }
 
+TEST_F(DurableSync, ALocalVersionNewerThanTheServersGoesUpAgain) {
+    MacDayBlock mine = makeBlock("Mine", MacBlockCategory::work, day, day + 600);
+    mine.modifiedAt = day + 3600;
+    store->upsert(mine);
+    scheduler.runUntilIdle();
+    // Another device pushes an older version over it without pulling first.
+    MacDayBlock older = mine;
+    older.title = "Older";
+    older.modifiedAt = day + 60;
+    saveOnServer(older);
+
+    sync();
+    const auto records = server.records(dayBlocksZoneID());
+    ASSERT_TRUE(records.contains(mine.id.string()));
+    EXPECT_EQ(decodeBlock(std::get<Data>(records.at(mine.id.string()).fields.at("payload")).bytes)->title, "Mine");
+    EXPECT_EQ(store->blocks().front().title, "Mine");
+}
+
 }  // namespace
 }  // namespace plenda
