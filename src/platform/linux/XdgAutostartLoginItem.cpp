@@ -47,9 +47,13 @@ bool XdgAutostartLoginItem::isEnabled() const {
 
 std::optional<std::string> XdgAutostartLoginItem::registerItem() {
     const QString folder = QString::fromStdString(folder_);
-    if (!QDir().mkpath(folder)) return "cannot create " + folder_;
+    if (!QDir(folder).exists()) {
+        if (!QDir().mkpath(folder)) return "cannot create " + folder_;
+        QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
     QSaveFile file(QString::fromStdString(entryPath()));
     if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) return file.errorString().toStdString();
+    file.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
     const QString entry = QStringLiteral(
                               "[Desktop Entry]\n"
                               "Type=Application\n"

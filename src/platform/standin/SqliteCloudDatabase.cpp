@@ -5,6 +5,10 @@
 
 #include <sqlite3.h>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
@@ -171,7 +175,25 @@ struct SqliteCloudDatabase::Zone {
     std::int64_t state = zoneLive;
 };
 
+namespace {
+
+// The stand-in holds every block title: the file is the user's alone (0600 in
+// a 0700 folder it makes), and SQLite gives its side files the same mode.
+void makePrivate(const std::string& path) {
+    if (path.empty() || path == ":memory:") return;
+    const std::string::size_type slash = path.rfind('/');
+    if (slash != std::string::npos && slash > 0) ::mkdir(path.substr(0, slash).c_str(), 0700);
+    const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (fd >= 0) {
+        ::fchmod(fd, 0600);
+        ::close(fd);
+    }
+}
+
+}  // namespace
+
 SqliteCloudDatabase::SqliteCloudDatabase(Options options) : options_(std::move(options)) {
+    makePrivate(options_.path);
     if (sqlite3_open(options_.path.c_str(), &db_) != SQLITE_OK) {
         openError_ = db_ ? sqlite3_errmsg(db_) : "out of memory";
         sqlite3_close(db_);
