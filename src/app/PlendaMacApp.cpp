@@ -33,6 +33,7 @@
 #include <QVBoxLayout>
 
 #include <cmath>
+#include <cstdlib>
 #include <iostream>
 
 namespace plenda {
@@ -203,6 +204,13 @@ int PlendaMacApp::run() {
     QTimer::singleShot(0, this, [this] { delegate_->applicationDidFinishLaunching(); });
     const int status = exec();
     defaults_->synchronize();
+    // Everything is saved by now. A cloud request that never returns (a
+    // stand-in locked by another process) must not hold the quit past its
+    // bound: leave without waiting for the worker.
+    if (!scheduler_->stopWorker(250)) {
+        std::cout << std::flush;
+        std::_Exit(status);
+    }
     return status;
 }
 

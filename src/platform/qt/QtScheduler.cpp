@@ -1,5 +1,7 @@
 #include "platform/qt/QtScheduler.h"
 
+#include <QDeadlineTimer>
+
 #include <QCoreApplication>
 #include <QEvent>
 #include <QPointer>
@@ -55,9 +57,11 @@ QtScheduler::QtScheduler() : mainQueue_(new TaskQueue(&mainContext_)), workerQue
     workerThread_.start();
 }
 
-QtScheduler::~QtScheduler() {
+QtScheduler::~QtScheduler() { stopWorker(-1); }
+
+bool QtScheduler::stopWorker(int milliseconds) {
     workerThread_.quit();
-    workerThread_.wait();
+    return workerThread_.wait(milliseconds < 0 ? QDeadlineTimer(QDeadlineTimer::Forever) : QDeadlineTimer(milliseconds));
 }
 
 void QtScheduler::post(Task task) { mainQueue_->push(std::move(task)); }

@@ -20,6 +20,11 @@ public:
     TaskHandle repeating(double interval, double tolerance, Task task) override;
     void runOnWorker(Task task) override;
 
+    // Asks the worker to stop after its current task and waits at most
+    // `milliseconds`; false while it is still busy (a request that does not
+    // return), in which case the process must not wait for it.
+    bool stopWorker(int milliseconds);
+
 private:
     class TaskQueue;
     TaskHandle startTimer(double seconds, double tolerance, bool repeat, Task task);
