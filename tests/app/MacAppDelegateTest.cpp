@@ -137,33 +137,33 @@ TEST_F(MacAppDelegateTest, WakeClearsTheUnavailableLatchAndSyncs) {
     EXPECT_EQ(requests(CloudFaultInjector::Kind::fetchZoneChanges), 1u);
 }
 
-TEST_F(MacAppDelegateTest, QuitsAtOnceWhenNothingIsPending) {
+// With sync on, once the session's upload went through; with sync off, at once.
+class QuitAtOnce : public MacAppDelegateTest, public ::testing::WithParamInterface<bool> {};
+
+TEST_P(QuitAtOnce, RecordsAndWritesTheSessionBeforeAnswering) {
+    cloudSyncDisabled = GetParam();
     launchAndWork();
-    const Date paused = scheduler.now();
-    sharedTracker->setTracking(false);
-    scheduler.runUntilIdle();
-    ASSERT_FALSE(sharedStore->sync()->hasPendingChanges()) << "the session's upload went through";
+    const Date end = scheduler.now();
+    if (!cloudSyncDisabled) {
+        sharedTracker->setTracking(false);
+        scheduler.runUntilIdle();
+        ASSERT_FALSE(sharedStore->sync()->hasPendingChanges()) << "the session's upload went through";
+    }
     EXPECT_EQ(delegate->applicationShouldTerminate(), MacAppDelegate::TerminateReply::now);
     ASSERT_EQ(blocks().size(), 1u);
-    EXPECT_EQ(blocks().front().effectiveEnd(), paused);
+    EXPECT_EQ(blocks().front().title, "Editor");
+    EXPECT_EQ(blocks().front().effectiveEnd(), end);
+    if (cloudSyncDisabled) {
+        EXPECT_FALSE(sharedTracker->currentAppName()) << "quitting ends the running session";
+    }
     EXPECT_FALSE(sharedStore->hasPendingSave()) << "written before the answer";
     EXPECT_NE(files.readFile(blocksPath).bytes.find("Editor"), std::string::npos);
+    EXPECT_EQ(cloud.requests().empty(), cloudSyncDisabled);
     scheduler.advance(10);
     EXPECT_TRUE(terminations.empty()) << "an immediate answer needs no deferred reply";
 }
 
-TEST_F(MacAppDelegateTest, QuitsAtOnceWithCloudSyncOffAfterRecordingTheSession) {
-    cloudSyncDisabled = true;
-    launchAndWork();
-    const Date before = scheduler.now();
-    EXPECT_EQ(delegate->applicationShouldTerminate(), MacAppDelegate::TerminateReply::now);
-    ASSERT_EQ(blocks().size(), 1u);
-    EXPECT_EQ(blocks().front().title, "Editor");
-    EXPECT_EQ(blocks().front().effectiveEnd(), before);
-    EXPECT_FALSE(sharedTracker->currentAppName());
-    EXPECT_NE(files.readFile(blocksPath).bytes.find("Editor"), std::string::npos);
-    EXPECT_TRUE(cloud.requests().empty());
-}
+INSTANTIATE_TEST_SUITE_P(SyncOnOff, QuitAtOnce, ::testing::Bool());
 
 TEST_F(MacAppDelegateTest, WaitsForAWorkingUploadThenQuits) {
     launchAndWork();

@@ -92,6 +92,15 @@ TEST_F(AppWindowsTest, MenuPanelGrantButtonsFollowThePermissions) {
 
 TEST_F(AppWindowsTest, NotchPanelHangsFromTheNotchAndFollowsTheHoverAndTheScreens) {
     ListedScreens screens;
+    screens.list = {plain};
+    {
+        NotchPanelController none(screens, scheduler, commands());
+        none.show(*store, tracker);
+        EXPECT_EQ(none.panel(), nullptr) << "no notch, no panel";
+        screens.list = {notched()};
+        none.reposition();
+        EXPECT_EQ(none.panel(), nullptr) << "a notch connected later does not make one";
+    }
     screens.list = {plain, notched()};
     NotchPanelController controller(screens, scheduler, commands());
     controller.show(*store, tracker);
@@ -112,17 +121,6 @@ TEST_F(AppWindowsTest, NotchPanelHangsFromTheNotchAndFollowsTheHoverAndTheScreen
     EXPECT_EQ(controller.panelFrame(), moved);
     controller.show(*store, tracker);
     EXPECT_EQ(controller.panelFrame(), moved) << "made once, never again";
-}
-
-TEST_F(AppWindowsTest, NoNotchNoPanel) {
-    ListedScreens screens;
-    screens.list = {plain};
-    NotchPanelController controller(screens, scheduler, commands());
-    controller.show(*store, tracker);
-    EXPECT_EQ(controller.panel(), nullptr);
-    screens.list = {notched()};
-    controller.reposition();
-    EXPECT_EQ(controller.panel(), nullptr) << "a notch connected later does not make one";
 }
 
 TEST_F(AppWindowsTest, NotchCardButtonsAndPictures) {

@@ -88,7 +88,7 @@ TEST_F(TodayViewTest, SteppingDaysFollowsEarliestBlockInstant) {
     EXPECT_FALSE(v.nextDayButton()->isEnabled());
 }
 
-TEST_F(TodayViewTest, SyncStartsLaterSettingsAtOnce) {
+TEST_F(TodayViewTest, SyncStartsLaterSettingsAtOnceAndAppearanceFollowsThePaletteUnlessForced) {
     begin(at(2023, 3, 15, 18));
     auto& v = show();
     v.syncButton()->click();
@@ -101,6 +101,16 @@ TEST_F(TodayViewTest, SyncStartsLaterSettingsAtOnce) {
     EXPECT_EQ(settingsCalls, 1);
     EXPECT_EQ(v.syncButton()->toolTip(), "Sync now");
     EXPECT_EQ(v.settingsButton()->toolTip(), "Settings");
+
+    for (const auto& [window, appearance] : {std::pair{QColor(30, 30, 34), Appearance::dark},
+                                             std::pair{QColor(236, 236, 236), Appearance::light}}) {
+        QPalette palette = v.palette();
+        palette.setColor(QPalette::Window, window);
+        v.setPalette(palette);
+        EXPECT_EQ(appearanceOf(v), appearance);
+    }
+    setForcedAppearance(Appearance::dark);
+    EXPECT_EQ(appearanceOf(v), Appearance::dark);
 }
 
 TEST_F(TodayViewTest, ContextMenuRecategorisesAndDeletes) {
@@ -129,20 +139,6 @@ TEST_F(TodayViewTest, ContextMenuRecategorisesAndDeletes) {
     second.deleteAction()->trigger();
     EXPECT_EQ(v.rows().size(), 1u);
     EXPECT_EQ(v.treemap()->tiles().size(), 1u);
-}
-
-TEST_F(TodayViewTest, AppearanceFollowsThePaletteUnlessForced) {
-    begin(at(2023, 3, 15, 18));
-    auto& v = show();
-    for (const auto& [window, appearance] : {std::pair{QColor(30, 30, 34), Appearance::dark},
-                                             std::pair{QColor(236, 236, 236), Appearance::light}}) {
-        QPalette palette = v.palette();
-        palette.setColor(QPalette::Window, window);
-        v.setPalette(palette);
-        EXPECT_EQ(appearanceOf(v), appearance);
-    }
-    setForcedAppearance(Appearance::dark);
-    EXPECT_EQ(appearanceOf(v), Appearance::dark);
 }
 
 TEST(DateTexts, LocaleAwareNamesDatesAndSpans) {

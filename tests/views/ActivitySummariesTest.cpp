@@ -139,8 +139,7 @@ TEST(FormatDuration, Table) {
 }
 
 TEST(Colors, CategoryPairsAndAggregateNeutral) {
-    EXPECT_EQ(categoryColor(C::work).light, (Rgb{0.18, 0.45, 0.98}));
-    EXPECT_EQ(categoryColor(C::work).resolved(Appearance::dark), (Rgb{0.36, 0.60, 1.00}));
+    EXPECT_EQ(categoryColor(C::work).resolved(Appearance::dark), categoryColor(C::work).dark);
     // Every category has its own colour in both appearances.
     for (std::size_t i = 0; i < allCategories.size(); ++i) {
         for (std::size_t j = i + 1; j < allCategories.size(); ++j) {
