@@ -53,7 +53,7 @@ protected:
     }
 };
 
-TEST_F(AppWindowsTest, MenuPanelShowsTheTotalTheLargestTheCurrentActivityAndPauses) {
+TEST_F(AppWindowsTest, MenuPanelShowsTheTotalTheLargestTheCurrentActivityPausesAndAsksForPermissions) {
     {
         MenuBarContent empty(*store, tracker, scheduler, icons, commands());
         EXPECT_EQ(empty.totalText(), "<1m");
@@ -77,12 +77,11 @@ TEST_F(AppWindowsTest, MenuPanelShowsTheTotalTheLargestTheCurrentActivityAndPaus
     EXPECT_FALSE(panel.liveDotLit());
     EXPECT_TRUE(panel.currentActivityText().isEmpty());
     EXPECT_TRUE(panel.buttonTitles().contains("mac.resume"));
-}
 
-TEST_F(AppWindowsTest, MenuPanelGrantButtonsFollowThePermissions) {
+    // Grant buttons lead while a permission is missing.
     denied = true;
     accessibility.trusted = false;
-    MenuBarContent panel(*store, tracker, scheduler, icons, commands());
+    panel.reload();
     EXPECT_EQ(panel.buttonTitles().mid(0, 2), (QStringList{"mac.grant.browser", "mac.grant.projects"}));
     accessibility.trusted = true;
     panel.reload();
