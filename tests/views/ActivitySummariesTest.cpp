@@ -69,9 +69,8 @@ TEST(MakeSummaries, EqualMinutesComeOutInIdOrderWhateverTheInputOrder) {
     std::vector<std::string> ids;
     for (const auto& s : forward) ids.push_back(s.id);
     EXPECT_EQ(ids, (std::vector<std::string>{"body|z", "mind|c", "work|a", "work|b"}));
+    EXPECT_TRUE(makeSummaries({}).empty());
 }
-
-TEST(MakeSummaries, NoBlocksNoSummaries) { EXPECT_TRUE(makeSummaries({}).empty()); }
 
 TEST(TreemapSummaries, EightStayNineBecomeSevenAndOther) {
     for (std::size_t count : {0u, 1u, 8u, 9u, 12u}) {
