@@ -137,70 +137,62 @@ TEST_F(MacAppDelegateTest, WakeClearsTheUnavailableLatchAndSyncs) {
     EXPECT_EQ(requests(CloudFaultInjector::Kind::fetchZoneChanges), 1u);
 }
 
-TEST_F(MacAppDelegateTest, QuitsAtOnceWhenNothingIsPending) {
+// With sync on, once the session's upload went through; with sync off, at once.
+class QuitAtOnce : public MacAppDelegateTest, public ::testing::WithParamInterface<bool> {};
+
+TEST_P(QuitAtOnce, RecordsAndWritesTheSessionBeforeAnswering) {
+    cloudSyncDisabled = GetParam();
     launchAndWork();
-    const Date paused = scheduler.now();
-    sharedTracker->setTracking(false);
-    scheduler.runUntilIdle();
-    ASSERT_FALSE(sharedStore->sync()->hasPendingChanges()) << "the session's upload went through";
+    const Date end = scheduler.now();
+    if (!cloudSyncDisabled) {
+        sharedTracker->setTracking(false);
+        scheduler.runUntilIdle();
+        ASSERT_FALSE(sharedStore->sync()->hasPendingChanges()) << "the session's upload went through";
+    }
     EXPECT_EQ(delegate->applicationShouldTerminate(), MacAppDelegate::TerminateReply::now);
     ASSERT_EQ(blocks().size(), 1u);
-    EXPECT_EQ(blocks().front().effectiveEnd(), paused);
+    EXPECT_EQ(blocks().front().title, "Editor");
+    EXPECT_EQ(blocks().front().effectiveEnd(), end);
+    if (cloudSyncDisabled) {
+        EXPECT_FALSE(sharedTracker->currentAppName()) << "quitting ends the running session";
+    }
     EXPECT_FALSE(sharedStore->hasPendingSave()) << "written before the answer";
     EXPECT_NE(files.readFile(blocksPath).bytes.find("Editor"), std::string::npos);
+    EXPECT_EQ(cloud.requests().empty(), cloudSyncDisabled);
     scheduler.advance(10);
     EXPECT_TRUE(terminations.empty()) << "an immediate answer needs no deferred reply";
 }
 
-TEST_F(MacAppDelegateTest, QuitsAtOnceWithCloudSyncOffAfterRecordingTheSession) {
-    cloudSyncDisabled = true;
-    launchAndWork();
-    const Date before = scheduler.now();
-    EXPECT_EQ(delegate->applicationShouldTerminate(), MacAppDelegate::TerminateReply::now);
-    ASSERT_EQ(blocks().size(), 1u);
-    EXPECT_EQ(blocks().front().title, "Editor");
-    EXPECT_EQ(blocks().front().effectiveEnd(), before);
-    EXPECT_FALSE(sharedTracker->currentAppName());
-    EXPECT_NE(files.readFile(blocksPath).bytes.find("Editor"), std::string::npos);
-    EXPECT_TRUE(cloud.requests().empty());
-}
+INSTANTIATE_TEST_SUITE_P(SyncOnOff, QuitAtOnce, ::testing::Bool());
 
-TEST_F(MacAppDelegateTest, WaitsForAWorkingUploadThenQuits) {
+// The session's upload hangs; the server answers after a second, or never.
+class QuitLater : public MacAppDelegateTest, public ::testing::WithParamInterface<bool> {};
+
+TEST_P(QuitLater, WaitsForTheUploadAtMostFourSeconds) {
+    const bool answers = GetParam();
+    const double waited = answers ? 1.0 : MacAppDelegate::terminateLimit;
     launchAndWork();
     scheduler.runUntilIdle();
-    cloud.clearRequests();
-    // The session's upload hangs for a second, then the server answers.
-    cloud.hangNextRequests(1);
+    cloud.hangNextRequests(answers ? 1 : 100);
     const Date requested = scheduler.now();
-    scheduler.after(1.0, [this] { cloud.releaseHungRequests(); });
-    EXPECT_EQ(delegate->applicationShouldTerminate(), MacAppDelegate::TerminateReply::later);
-    scheduler.advance(0.9);
-    EXPECT_TRUE(terminations.empty());
-    scheduler.advance(0.2);
-    ASSERT_EQ(terminations.size(), 1u);
-    EXPECT_NEAR(terminations.front() - requested, 1.0, 0.01);
-    EXPECT_FALSE(sharedStore->sync()->hasPendingChanges());
-    scheduler.advance(5);
-    EXPECT_EQ(terminations.size(), 1u) << "the 4-second limit finds the reply given";
-}
-
-TEST_F(MacAppDelegateTest, GivesUpOnAHangingUploadAfterFourSeconds) {
-    launchAndWork();
-    scheduler.runUntilIdle();
-    cloud.hangNextRequests(100);
-    const Date requested = scheduler.now();
+    if (answers) scheduler.after(1.0, [this] { cloud.releaseHungRequests(); });
     EXPECT_EQ(delegate->applicationShouldTerminate(), MacAppDelegate::TerminateReply::later);
     // A second request while waiting (SIGTERM during logout) joins the same wait.
     EXPECT_EQ(delegate->applicationShouldTerminate(), MacAppDelegate::TerminateReply::later);
-    scheduler.advance(3.99);
+    scheduler.advance(waited - 0.05);
     EXPECT_TRUE(terminations.empty());
-    scheduler.advance(0.02);
+    scheduler.advance(0.1);
     ASSERT_EQ(terminations.size(), 1u);
-    EXPECT_DOUBLE_EQ(terminations.front() - requested, MacAppDelegate::terminateLimit);
+    EXPECT_NEAR(terminations.front() - requested, waited, 0.01);
+    EXPECT_EQ(sharedStore->sync()->hasPendingChanges(), !answers);
+    scheduler.advance(5);
+    EXPECT_EQ(terminations.size(), 1u) << "the limit finds the reply given";
     EXPECT_EQ(delegate->applicationShouldTerminate(), MacAppDelegate::TerminateReply::now);
     // Nothing was lost: the block is on disk for the next launch to upload.
     EXPECT_NE(files.readFile(blocksPath).bytes.find("Editor"), std::string::npos);
 }
+
+INSTANTIATE_TEST_SUITE_P(ServerAnswers, QuitLater, ::testing::Bool());
 
 TEST_F(MacAppDelegateTest, SleepPushesEveryPendingBlock) {
     launchAndWork();

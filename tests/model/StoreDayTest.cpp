@@ -117,9 +117,7 @@ INSTANTIATE_TEST_SUITE_P(
                       ShiftCase{"overTheClockChangeKeepsTheTimeOfDay", 25, 15, 31, 1, 26, 15}),
     [](const auto& info) { return std::string(info.param.name); });
 
-class DayEdits : public DayQueries {};
-
-TEST_F(DayEdits, RecategorisingTouchesOnlyTheSelectedDayAndTeachesAnOverride) {
+TEST_F(DayQueries, RecategorisingTouchesOnlyTheSelectedDayAndTeachesAnOverride) {
     const auto today = add("YouTube", C::entertainment, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
     const auto otherCategory = add("YouTube", C::mind, at(2023, 3, 8, 9), at(2023, 3, 8, 9, 30));
     const auto yesterday = add("YouTube", C::entertainment, at(2023, 3, 7, 8), at(2023, 3, 7, 9));
@@ -136,7 +134,7 @@ TEST_F(DayEdits, RecategorisingTouchesOnlyTheSelectedDayAndTeachesAnOverride) {
     EXPECT_EQ(savedAfterDebounce(), store->blocks());
 }
 
-TEST_F(DayEdits, EditsMatchingNoBlockChangeNoBlock) {
+TEST_F(DayQueries, EditsMatchingNoBlockChangeNoBlock) {
     add("Mail", C::work, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
     scheduler.advance(1);
     const int writes = defaults.writes();
@@ -154,7 +152,7 @@ TEST_F(DayEdits, EditsMatchingNoBlockChangeNoBlock) {
     EXPECT_FALSE(store->hasPendingSave());
 }
 
-TEST_F(DayEdits, DeletingMovesIdsFromDirtyToPendingDelete) {
+TEST_F(DayQueries, DeletingMovesIdsFromDirtyToPendingDelete) {
     const auto a = add("Mail", C::work, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
     const auto b = add("Mail", C::work, at(2023, 3, 8, 9), at(2023, 3, 8, 9, 30));
     const auto otherDay = add("Mail", C::work, at(2023, 3, 7, 8), at(2023, 3, 7, 9));
@@ -168,7 +166,7 @@ TEST_F(DayEdits, DeletingMovesIdsFromDirtyToPendingDelete) {
     EXPECT_EQ(savedAfterDebounce(), store->blocks());
 }
 
-TEST_F(DayEdits, ObserversHearEveryChange) {
+TEST_F(DayQueries, ObserversHearEveryChange) {
     int changes = 0;
     const Subscription subscription = store->observe([&] { ++changes; });
     add("Mail", C::work, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
@@ -178,8 +176,6 @@ TEST_F(DayEdits, ObserversHearEveryChange) {
     store->deleteSummary("Mail", C::chores);
     EXPECT_EQ(changes, 5);
 }
-
-class SessionRecording : public DayQueries {};
 
 // Sessions after an Xcode/work block of 9:00-10:00.
 struct MergeCase {
@@ -238,20 +234,20 @@ INSTANTIATE_TEST_SUITE_P(
                       MergeCase{"blockEndsAfterTheStart", "Xcode", C::work, -1, 0, 30, 0, false}),
     [](const auto& info) { return std::string(info.param.name); });
 
-TEST_F(SessionRecording, ANewBlockWaitsForTheCloud) {
+TEST_F(DayQueries, ANewBlockWaitsForTheCloud) {
     store->recordSession("Safari", C::mind, at(2023, 3, 8, 10), at(2023, 3, 8, 10, 30), std::nullopt);
     EXPECT_EQ(store->syncMessage(), "mac.sync.pending");
     scheduler.runUntilIdle();
     EXPECT_EQ(store->syncMessage(), "mac.sync.local") << "the block is still waiting for the cloud";
 }
 
-TEST_F(SessionRecording, NeverMergesAcrossMidnight) {
+TEST_F(DayQueries, NeverMergesAcrossMidnight) {
     store->upsert(makeBlock("Xcode", C::work, at(2023, 3, 8, 23), at(2023, 3, 8, 23, 59)));
     store->recordSession("Xcode", C::work, at(2023, 3, 9, 0, 1), at(2023, 3, 9, 0, 30), std::nullopt);
     EXPECT_EQ(store->blocks().size(), 2u);
 }
 
-TEST_F(SessionRecording, BackwardsSessionAddsNoWeight) {
+TEST_F(DayQueries, BackwardsSessionAddsNoWeight) {
     const MacDayBlock block = add("Xcode", C::work, at(2023, 3, 8, 9), at(2023, 3, 8, 10));
     store->recordSession("Xcode", C::work, at(2023, 3, 8, 10, 2), at(2023, 3, 8, 9, 30), std::nullopt);
     ASSERT_EQ(store->blocks().size(), 1u);
@@ -264,7 +260,7 @@ TEST_F(SessionRecording, BackwardsSessionAddsNoWeight) {
     EXPECT_EQ(store->blocks()[1].endDate, at(2023, 3, 8, 10));
 }
 
-TEST_F(SessionRecording, OnATieTheEarlierBlockInTheListIsExtended) {
+TEST_F(DayQueries, OnATieTheEarlierBlockInTheListIsExtended) {
     const MacDayBlock first = makeBlock("Xcode", C::work, at(2023, 3, 8, 9), at(2023, 3, 8, 10));
     const MacDayBlock second = makeBlock("Xcode", C::work, at(2023, 3, 8, 9, 30), at(2023, 3, 8, 10));
     store->upsert(first);
@@ -274,7 +270,7 @@ TEST_F(SessionRecording, OnATieTheEarlierBlockInTheListIsExtended) {
     EXPECT_EQ(store->blocks()[1], second);
 }
 
-TEST_F(SessionRecording, LatestCandidateWithoutEndMakesANewBlock) {
+TEST_F(DayQueries, LatestCandidateWithoutEndMakesANewBlock) {
     add("Xcode", C::work, at(2023, 3, 8, 9), at(2023, 3, 8, 10));
     MacDayBlock synced = makeBlock("Xcode", C::work, at(2023, 3, 8, 10, 1), at(2023, 3, 8, 10, 1));
     synced.endDate.reset();
@@ -283,7 +279,7 @@ TEST_F(SessionRecording, LatestCandidateWithoutEndMakesANewBlock) {
     EXPECT_EQ(store->blocks().size(), 3u);
 }
 
-TEST_F(SessionRecording, UpsertReplacesTheBlockWithTheSameIdAtTheEnd) {
+TEST_F(DayQueries, UpsertReplacesTheBlockWithTheSameIdAtTheEnd) {
     MacDayBlock a = makeBlock("A", C::work, at(2023, 3, 8, 9), at(2023, 3, 8, 10));
     const MacDayBlock b = makeBlock("B", C::work, at(2023, 3, 8, 10), at(2023, 3, 8, 11));
     store->upsert(a);

@@ -99,12 +99,9 @@ TEST_F(Engine, RefusedAccountsFailAndOnlyLastingRefusalsLatch) {
         EXPECT_TRUE(push({envelope()}).ok());
         engine.resetAvailability();
     }
-}
-
-TEST_F(Engine, WithoutACloudTheAccountIsMissing) {
     CloudSyncEngine bare{{state, scheduler, nullptr, &systemLog, output}};
     EXPECT_FALSE(finish<PullResult>([&](auto done) { bare.pull(done); }).ok());
-    EXPECT_EQ(logLines().back(), "No usable iCloud account (status 3)");
+    EXPECT_EQ(logLines().back(), "No usable iCloud account (status 3)") << "without a cloud the account is missing";
 }
 
 TEST_F(Engine, FailedAccountCheckAndZoneCreationAreRetriedNextTime) {

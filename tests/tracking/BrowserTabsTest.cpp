@@ -101,11 +101,16 @@ INSTANTIATE_TEST_SUITE_P(
                       AnswerCase{R::error(-1712), std::nullopt, "error -1712 com.brave.Browser"},
                       AnswerCase{R::error(0), std::nullopt, "error 0 com.brave.Browser"}));
 
-TEST_F(Browsers, UnsupportedOrUncreatableWritesNothing) {
+TEST_F(Browsers, UnsupportedOrUncreatableWritesNothingAndDeniedReadsTheKey) {
     EXPECT_EQ(tabs.browserHost("org.mozilla.firefox"), std::nullopt);
     EXPECT_EQ(tabs.browserHost("com.apple.Safari"), std::nullopt);  // no answer: unavailable
     EXPECT_EQ(outcome(), std::nullopt);
     EXPECT_EQ(scripts.ran.size(), 1u);
+    EXPECT_FALSE(tabs.browserAutomationDenied());
+    defaults.set(BrowserTabs::outcomeKey, "deniedsomething");
+    EXPECT_TRUE(tabs.browserAutomationDenied());
+    defaults.set(BrowserTabs::outcomeKey, "error -1743 x");
+    EXPECT_FALSE(tabs.browserAutomationDenied());
 }
 
 TEST_F(Browsers, RefusedBrowserIsNotAskedAgainUntilTheProbe) {
@@ -145,14 +150,6 @@ TEST_F(Browsers, ProbeAsksEachRunningSupportedBrowserOnce) {
     // The key holds whichever was asked last.
     const bool safariLast = scripts.ran.back() == script("com.apple.Safari");
     EXPECT_EQ(tabs.browserAutomationDenied(), safariLast);
-}
-
-TEST_F(Browsers, DeniedTestReadsTheKey) {
-    EXPECT_FALSE(tabs.browserAutomationDenied());
-    defaults.set(BrowserTabs::outcomeKey, "deniedsomething");
-    EXPECT_TRUE(tabs.browserAutomationDenied());
-    defaults.set(BrowserTabs::outcomeKey, "error -1743 x");
-    EXPECT_FALSE(tabs.browserAutomationDenied());
 }
 
 }  // namespace

@@ -11,16 +11,10 @@ namespace {
 
 using C = MacBlockCategory;
 
-TEST(KeywordTable, RowsHoldTheirLowerCaseKeywordsInOrder) {
-    const auto& table = categoryKeywordTable();
-    const std::pair<C, std::size_t> expected[] = {{C::work, 35}, {C::social, 13}, {C::entertainment, 13},
-                                                  {C::mind, 12},  {C::selfCare, 3}, {C::body, 2},
-                                                  {C::chores, 6}};
-    ASSERT_EQ(table.size(), std::size(expected));
-    for (std::size_t i = 0; i < table.size(); ++i) {
-        EXPECT_EQ(table[i].category, expected[i].first) << i;
-        EXPECT_EQ(table[i].keywords.size(), expected[i].second) << i;
-        for (std::string_view keyword : table[i].keywords) {
+// Titles are lower-cased before matching: a keyword with a capital never matches.
+TEST(KeywordTable, KeywordsAreLowerCase) {
+    for (const auto& row : categoryKeywordTable()) {
+        for (std::string_view keyword : row.keywords) {
             EXPECT_FALSE(std::ranges::any_of(keyword, [](unsigned char c) { return std::isupper(c); })) << keyword;
         }
     }

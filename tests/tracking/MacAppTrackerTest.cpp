@@ -121,20 +121,6 @@ INSTANTIATE_TEST_SUITE_P(
                       IgnoreCase{DefaultsValue::Array{"com.apple.mail", 3}, loginWindow, true},
                       IgnoreCase{"com.apple.mail", loginWindow, true}));
 
-TEST_F(Tracker, ReturningFromIgnoredApplicationStartsNewSession) {
-    startTracker();
-    use({{notes, 30}, {loginWindow, 600}, {notes, 30}, {mail, 0}});
-    ASSERT_EQ(blocks().size(), 2u);
-    EXPECT_DOUBLE_EQ(*blocks()[1].startDate - *blocks()[0].endDate, 600);
-}
-
-TEST_F(Tracker, ReactivatingTheSameAppCommitsAndRestarts) {
-    startTracker();
-    use({{notes, 30}, {notes, 0}});
-    ASSERT_EQ(blocks().size(), 1u);
-    EXPECT_EQ(tracker->sessionStartedAt(), scheduler.now());
-}
-
 TEST_F(Tracker, PauseCommitsKeepsTheNameAndSurvivesRestart) {
     startTracker();
     use({{notes, 30}});
@@ -164,9 +150,13 @@ TEST_F(Tracker, StartTakesTheFrontAppAtOnceLaterActivationsInALaterTurn) {
     EXPECT_EQ(tracker->currentAppName(), "Mail");
 }
 
-TEST_F(Tracker, SessionEndedAfterStoreIsGoneLeavesNoTrace) {
+TEST_F(Tracker, AnIgnoredAppOrTheSameAppAgainEndsTheSessionAndAGoneStoreLeavesNoTrace) {
     startTracker();
-    use({{notes, 30}});
+    use({{notes, 30}, {loginWindow, 600}, {notes, 30}, {notes, 0}});
+    ASSERT_EQ(blocks().size(), 2u) << "reactivating the same app commits its session";
+    EXPECT_DOUBLE_EQ(*blocks()[1].startDate - *blocks()[0].endDate, 600);
+    EXPECT_EQ(tracker->sessionStartedAt(), scheduler.now()) << "and starts a new one";
+    work(30);
     sharedStore.reset();
     activate(mail);
     EXPECT_EQ(tracker->currentAppName(), "Mail");

@@ -53,7 +53,7 @@ protected:
     }
 };
 
-TEST_F(AppWindowsTest, MenuPanelShowsTheTotalTheLargestTheCurrentActivityAndPauses) {
+TEST_F(AppWindowsTest, MenuPanelShowsTheTotalTheLargestTheCurrentActivityPausesAndAsksForPermissions) {
     {
         MenuBarContent empty(*store, tracker, scheduler, icons, commands());
         EXPECT_EQ(empty.totalText(), "<1m");
@@ -77,12 +77,11 @@ TEST_F(AppWindowsTest, MenuPanelShowsTheTotalTheLargestTheCurrentActivityAndPaus
     EXPECT_FALSE(panel.liveDotLit());
     EXPECT_TRUE(panel.currentActivityText().isEmpty());
     EXPECT_TRUE(panel.buttonTitles().contains("mac.resume"));
-}
 
-TEST_F(AppWindowsTest, MenuPanelGrantButtonsFollowThePermissions) {
+    // Grant buttons lead while a permission is missing.
     denied = true;
     accessibility.trusted = false;
-    MenuBarContent panel(*store, tracker, scheduler, icons, commands());
+    panel.reload();
     EXPECT_EQ(panel.buttonTitles().mid(0, 2), (QStringList{"mac.grant.browser", "mac.grant.projects"}));
     accessibility.trusted = true;
     panel.reload();
@@ -92,6 +91,15 @@ TEST_F(AppWindowsTest, MenuPanelGrantButtonsFollowThePermissions) {
 
 TEST_F(AppWindowsTest, NotchPanelHangsFromTheNotchAndFollowsTheHoverAndTheScreens) {
     ListedScreens screens;
+    screens.list = {plain};
+    {
+        NotchPanelController none(screens, scheduler, commands());
+        none.show(*store, tracker);
+        EXPECT_EQ(none.panel(), nullptr) << "no notch, no panel";
+        screens.list = {notched()};
+        none.reposition();
+        EXPECT_EQ(none.panel(), nullptr) << "a notch connected later does not make one";
+    }
     screens.list = {plain, notched()};
     NotchPanelController controller(screens, scheduler, commands());
     controller.show(*store, tracker);
@@ -112,17 +120,6 @@ TEST_F(AppWindowsTest, NotchPanelHangsFromTheNotchAndFollowsTheHoverAndTheScreen
     EXPECT_EQ(controller.panelFrame(), moved);
     controller.show(*store, tracker);
     EXPECT_EQ(controller.panelFrame(), moved) << "made once, never again";
-}
-
-TEST_F(AppWindowsTest, NoNotchNoPanel) {
-    ListedScreens screens;
-    screens.list = {plain};
-    NotchPanelController controller(screens, scheduler, commands());
-    controller.show(*store, tracker);
-    EXPECT_EQ(controller.panel(), nullptr);
-    screens.list = {notched()};
-    controller.reposition();
-    EXPECT_EQ(controller.panel(), nullptr) << "a notch connected later does not make one";
 }
 
 TEST_F(AppWindowsTest, NotchCardButtonsAndPictures) {

@@ -43,30 +43,6 @@ protected:
     }
 };
 
-TEST_F(TodayViewTest, TodayHeaderTreemapAndList) {
-    begin(at(2023, 3, 15, 18));
-    add("Xcode", C::work, at(2023, 3, 15, 9, 5), 65);
-    add("Xcode", C::work, at(2023, 3, 15, 11), 20);
-    add("Safari", C::social, at(2023, 3, 15, 10), 30);
-    auto& v = show();
-
-    EXPECT_EQ(v.windowTitle(), "Plenda");
-    EXPECT_TRUE(v.minimumWidth() >= 720 && v.minimumHeight() >= 560) << "smaller, the header and the treemap collide";
-    EXPECT_EQ(v.titleText(), "Today");
-    EXPECT_EQ(v.subtitleText(), "Mar 15, 2023 · 1h 55m tracked");
-    EXPECT_FALSE(v.nextDayButton()->isEnabled());
-    EXPECT_TRUE(v.previousDayButton()->isEnabled());
-    EXPECT_FALSE(v.isShowingEmptyState());
-
-    ASSERT_EQ(v.rows().size(), 2u);
-    EXPECT_EQ(v.rows()[0]->summary().title, "Xcode");
-    EXPECT_EQ(v.rows()[0]->sessionsText(), "· 2 sessions");
-    EXPECT_EQ(v.rows()[1]->sessionsText(), "");
-    EXPECT_EQ(v.rows()[1]->categoryText(), "Social");
-    EXPECT_EQ(v.treemap()->tiles().size(), 2u);
-    EXPECT_EQ(TreemapView::tooltipText(v.treemap()->tiles()[0].summary), "Xcode · 1h 25m");
-}
-
 TEST_F(TodayViewTest, SteppingDaysFollowsEarliestBlockInstant) {
     begin(at(2023, 3, 14, 9));  // selects Tuesday 09:00
     add("Mail", C::chores, at(2023, 3, 13, 14), 10);
@@ -88,7 +64,7 @@ TEST_F(TodayViewTest, SteppingDaysFollowsEarliestBlockInstant) {
     EXPECT_FALSE(v.nextDayButton()->isEnabled());
 }
 
-TEST_F(TodayViewTest, SyncStartsLaterSettingsAtOnce) {
+TEST_F(TodayViewTest, SyncStartsLaterSettingsAtOnceAndAppearanceFollowsThePaletteUnlessForced) {
     begin(at(2023, 3, 15, 18));
     auto& v = show();
     v.syncButton()->click();
@@ -101,6 +77,16 @@ TEST_F(TodayViewTest, SyncStartsLaterSettingsAtOnce) {
     EXPECT_EQ(settingsCalls, 1);
     EXPECT_EQ(v.syncButton()->toolTip(), "Sync now");
     EXPECT_EQ(v.settingsButton()->toolTip(), "Settings");
+
+    for (const auto& [window, appearance] : {std::pair{QColor(30, 30, 34), Appearance::dark},
+                                             std::pair{QColor(236, 236, 236), Appearance::light}}) {
+        QPalette palette = v.palette();
+        palette.setColor(QPalette::Window, window);
+        v.setPalette(palette);
+        EXPECT_EQ(appearanceOf(v), appearance);
+    }
+    setForcedAppearance(Appearance::dark);
+    EXPECT_EQ(appearanceOf(v), Appearance::dark);
 }
 
 TEST_F(TodayViewTest, ContextMenuRecategorisesAndDeletes) {
@@ -129,20 +115,6 @@ TEST_F(TodayViewTest, ContextMenuRecategorisesAndDeletes) {
     second.deleteAction()->trigger();
     EXPECT_EQ(v.rows().size(), 1u);
     EXPECT_EQ(v.treemap()->tiles().size(), 1u);
-}
-
-TEST_F(TodayViewTest, AppearanceFollowsThePaletteUnlessForced) {
-    begin(at(2023, 3, 15, 18));
-    auto& v = show();
-    for (const auto& [window, appearance] : {std::pair{QColor(30, 30, 34), Appearance::dark},
-                                             std::pair{QColor(236, 236, 236), Appearance::light}}) {
-        QPalette palette = v.palette();
-        palette.setColor(QPalette::Window, window);
-        v.setPalette(palette);
-        EXPECT_EQ(appearanceOf(v), appearance);
-    }
-    setForcedAppearance(Appearance::dark);
-    EXPECT_EQ(appearanceOf(v), Appearance::dark);
 }
 
 TEST(DateTexts, LocaleAwareNamesDatesAndSpans) {
@@ -258,9 +230,19 @@ TEST_P(DayWindowRender, DrawsWithoutCollisions) {
     EXPECT_NEAR(rows[0]->cardRect().width(), v.list()->viewport()->width() - 48, 1);
     for (std::size_t i = 1; i < rows.size(); ++i) EXPECT_EQ(rows[i]->y(), rows[i - 1]->geometry().bottom() + 1);
     if (std::string(c.day) == "full") {
+        EXPECT_EQ(v.windowTitle(), "Plenda");
+        EXPECT_TRUE(v.minimumWidth() >= 720 && v.minimumHeight() >= 560) << "smaller, the header and the treemap collide";
+        EXPECT_EQ(v.titleText(), "Today");
+        EXPECT_EQ(v.subtitleText(), "Mar 15, 2023 · 7h 46m tracked");
+        EXPECT_FALSE(v.nextDayButton()->isEnabled());
+        EXPECT_TRUE(v.previousDayButton()->isEnabled());
         EXPECT_EQ(v.treemap()->tiles().size(), 8u);
+        EXPECT_EQ(TreemapView::tooltipText(v.treemap()->tiles()[0].summary), "Xcode · plenda · 3h 20m");
         EXPECT_TRUE(v.treemap()->tiles().back().summary.isAggregate);
-        EXPECT_EQ(rows.size(), 11u);
+        ASSERT_EQ(rows.size(), 11u);
+        EXPECT_EQ(rows[0]->sessionsText(), "· 3 sessions");
+        EXPECT_EQ(rows[1]->categoryText(), "Social");
+        EXPECT_EQ(rows[2]->sessionsText(), "");
     }
 }
 
