@@ -8,6 +8,8 @@
 #include "platform/StringTable.h"
 
 #include <algorithm>
+#include <new>
+#include <unordered_map>
 
 namespace plenda {
 
@@ -52,16 +54,16 @@ const std::string& MacActivityStore::blocksFilePath() {
 void MacActivityStore::loadBlocks() {
     const std::string& path = blocksFilePath();
     if (!path.empty()) {
-        const FileRead file = files_.readFile(path);
-        if (file.status == FileRead::Status::ok) {
-            std::string reason;
-            if (auto decoded = decodeBlocks(file.bytes, file.bytes.capacity(), &reason)) {
-                blocks_.replace(std::move(*decoded));
+        std::string why;
+        switch (readBlocksFile(path, why)) {
+            case FileState::loaded:
                 return;
-            }
-            keepUnreadableFile(path, file.bytes, reason);
-        } else if (file.status == FileRead::Status::failed) {
-            keepUnreadableFile(path, {}, file.error);
+            case FileState::unread:
+                output_ << "Plenda: the block file could not be read (" << why
+                        << "); it is left as it is and nothing is saved over it until it can be read" << std::endl;
+                return;
+            case FileState::absent:
+                break;
         }
     }
 
@@ -72,6 +74,48 @@ void MacActivityStore::loadBlocks() {
     blocks_.replace(std::move(*decoded));
     // The key goes only once its blocks are safely in the file.
     if (saveNow()) defaults_.remove(storageKey);
+}
+
+// Only a file read whole that does not decode is unreadable (and kept aside);
+// a failed read or a lack of memory says nothing about the file, so it stays
+// where it is and unread. What is read joins the blocks already here, the
+// newer version of a block winning.
+MacActivityStore::FileState MacActivityStore::readBlocksFile(const std::string& path, std::string& why) {
+    const FileRead file = files_.readFile(path);
+    if (file.status == FileRead::Status::missing) {
+        blocksFileUnread_ = false;
+        return FileState::absent;
+    }
+    blocksFileUnread_ = true;
+    why = file.error;
+    if (file.status == FileRead::Status::failed) return FileState::unread;
+    std::string reason;
+    std::optional<std::vector<MacDayBlock>> decoded;
+    try {
+        decoded = decodeBlocks(file.bytes, file.bytes.capacity(), &reason);
+    } catch (const std::bad_alloc&) {
+        why = "not enough memory";
+        return FileState::unread;
+    }
+    blocksFileUnread_ = false;
+    if (!decoded) {
+        keepUnreadableFile(path, file.bytes, reason);
+        return FileState::absent;
+    }
+    if (!blocks_.all().empty()) {
+        std::unordered_map<Uuid, std::size_t> index;
+        for (std::size_t i = 0; i < decoded->size(); ++i) index.emplace((*decoded)[i].id, i);
+        for (const MacDayBlock& block : blocks_.all()) {
+            const auto found = index.find(block.id);
+            if (found == index.end()) decoded->push_back(block);
+            else if (block.lastModified() > (*decoded)[found->second].lastModified()) (*decoded)[found->second] = block;
+        }
+        std::stable_sort(decoded->begin(), decoded->end(), [](const MacDayBlock& a, const MacDayBlock& b) {
+            return a.effectiveStart() < b.effectiveStart();
+        });
+    }
+    blocks_.replace(std::move(*decoded));
+    return FileState::loaded;
 }
 
 // A block file that exists but cannot be used would be replaced by the next
@@ -97,9 +141,15 @@ bool MacActivityStore::saveNow() {
         writeWorkItem_->cancel();
         writeWorkItem_.reset();
     }
-    const auto bytes = encodeBlocks(blocks_.all());
     const std::string& path = blocksFilePath();
-    if (!bytes || path.empty()) return false;
+    if (path.empty()) return false;
+    if (blocksFileUnread_) {
+        std::string why;
+        if (readBlocksFile(path, why) == FileState::unread) return false;
+        publish();
+    }
+    const auto bytes = encodeBlocks(blocks_.all());
+    if (!bytes) return false;
     return !files_.writeFileAtomically(path, *bytes).has_value();
 }
 

@@ -109,7 +109,9 @@ public:
     void rememberCategory(std::string_view title, MacBlockCategory category);
 
 private:
+    enum class FileState { loaded, absent, unread };
     void loadBlocks();
+    FileState readBlocksFile(const std::string& path, std::string& why);
     void splitMidnightSpanningBlocks();
     void keepUnreadableFile(const std::string& path, const std::string& bytes, const std::string& reason);
     void publish() { observers_.notify(); }
@@ -136,6 +138,8 @@ private:
     std::unique_ptr<StoreSync> sync_;
     bool cloudSyncDisabled_ = false;
     std::optional<std::string> blocksFilePath_;
+    // The file exists but could not be read yet: nothing may replace it.
+    bool blocksFileUnread_ = false;
     ObserverList observers_;
     Lifetime lifetime_;
 };

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <future>
+#include <new>
 #include <iterator>
 #include <thread>
 
@@ -116,6 +117,8 @@ auto decode(std::string_view json, std::size_t capacity, std::string* error, Rea
     -> decltype(read(element{})) {
     element root;
     if (const auto code = parse(json, capacity).get(root)) {
+        // Not the file's fault: the caller must not take it for a broken one.
+        if (code == simdjson::MEMALLOC) throw std::bad_alloc();
         if (error) *error = std::string("not valid JSON: ") + simdjson::error_message(code);
         return std::nullopt;
     }

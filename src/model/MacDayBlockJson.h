@@ -18,7 +18,8 @@ void writeBlock(JsonWriter& writer, const MacDayBlock& block);
 
 // Strict decoding: required keys, exact JSON types, null as absent, unknown
 // keys ignored. A list decodes all or nothing. `error`, when given, receives
-// a one-line reason on failure.
+// a one-line reason on failure. Running out of memory throws std::bad_alloc:
+// it says nothing about the text.
 std::optional<MacDayBlock> decodeBlock(std::string_view json, std::string* error = nullptr);
 std::optional<std::vector<MacDayBlock>> decodeBlocks(std::string_view json,
                                                      std::string* error = nullptr);

@@ -44,5 +44,29 @@ TEST_F(HostileValues, TheMidnightSplitBoundsItsWorkPerBlockAndKeepsEveryBlock) {
     }
 }
 
+TEST_F(HostileValues, AFileThatCannotBeReadIsLeftAloneAndJoinedOnceItCanBe) {
+    const MacDayBlock earlier = makeBlock("Earlier", MacBlockCategory::work, at(2023, 1, 1, 9), at(2023, 1, 1, 10));
+    const std::string bytes = *encodeBlocks({earlier});
+    files.files[blocksPath] = bytes;
+    files.unreadable.insert(blocksPath);  // an I/O error, or no memory to read it
+    scheduler.advanceTo(at(2023, 1, 1, 12));
+    makeStore();
+    EXPECT_TRUE(store->blocks().empty());
+    EXPECT_NE(output.str().find("the block file could not be read (Permission denied)"), std::string::npos);
+
+    store->recordSession("Later", MacBlockCategory::work, at(2023, 1, 1, 11), at(2023, 1, 1, 11, 30), "note");
+    scheduler.advance(1);
+    EXPECT_EQ(files.files, (std::map<std::string, std::string>{{blocksPath, bytes}})) << "nothing moved or written";
+
+    files.unreadable.clear();
+    store->recordSession("Latest", MacBlockCategory::work, at(2023, 1, 1, 11, 40), at(2023, 1, 1, 11, 50), "note");
+    scheduler.advance(1);
+    const auto saved = decodeBlocks(files.files.at(blocksPath));
+    ASSERT_TRUE(saved);
+    ASSERT_EQ(saved->size(), 3u);
+    EXPECT_EQ(saved->front(), earlier);
+    EXPECT_EQ(store->blocks(), *saved);
+}
+
 }  // namespace
 }  // namespace plenda

@@ -74,16 +74,6 @@ TEST_F(StorePersistence, UndecodableFileIsKeptBesideBeforeAnySave) {
     EXPECT_EQ(files.files.at(copy), broken);
 }
 
-TEST_F(StorePersistence, UnreadableFileIsMovedAside) {
-    files.files[blocksPath] = fileOf(twoBlocks());
-    files.unreadable.insert(blocksPath);
-    makeStore();
-    EXPECT_TRUE(store->blocks().empty());
-    EXPECT_FALSE(files.files.contains(blocksPath));
-    EXPECT_TRUE(files.files.contains(std::string(blocksPath) + ".unreadable-20230101T000000Z"));
-    EXPECT_NE(output.str().find("Permission denied"), std::string::npos);
-}
-
 TEST_F(StorePersistence, SavesCollapseIntoOneWriteAfterTheLastUnlessSavedNowOrDestroyed) {
     makeStore();
     for (int i = 0; i < 3; ++i) {

@@ -37,6 +37,8 @@ bool QtFiles::createDirectories(const std::string& path) {
 FileRead QtFiles::readFile(const std::string& path) const {
     QFile file(qpath(path));
     if (!file.exists()) return {FileRead::Status::missing, {}, {}};
+    // Opening a FIFO would wait for a writer, and a device never ends.
+    if (!QFileInfo(file).isFile()) return {FileRead::Status::failed, {}, "not a regular file"};
     if (!file.open(QIODevice::ReadOnly))
         return {FileRead::Status::failed, {}, file.errorString().toStdString()};
     // Read straight into the result, with spare room after the end so a
