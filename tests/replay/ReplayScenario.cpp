@@ -184,7 +184,6 @@ private:
         {"browser", [this](const Fields& event) { browserAnswer(event); }},
         {"window", [this](const Fields& event) { windowAnswer(event); }},
         {"trust", [this](const Fields& event) { accessibility.trusted = event.flag("trusted", true); }},
-        {"running", [this](const Fields& event) { running(event); }},
         {"settings",
          [this](const Fields& event) {
              const std::string key = event.text("key");
@@ -194,7 +193,6 @@ private:
         {"pause", [this](const Fields&) { tracker().setTracking(false); }},
         {"resume", [this](const Fields&) { tracker().setTracking(true); }},
         {"probe", [this](const Fields&) { tracker().browserTabs().requestBrowserAutomation(); }},
-        {"requestAccessibility", [this](const Fields&) { tracker().windowTitles().requestAccessibility(); }},
         {"quit",
          [this](const Fields&) {
              tracker().commitSession(scheduler.now());
@@ -209,13 +207,6 @@ private:
         if (std::find(workspace.running.begin(), workspace.running.end(), app) == workspace.running.end())
             workspace.running.push_back(app);
         workspace.activate(app);
-    }
-
-    void running(const Fields& event) {
-        const auto apps = event.field("apps");
-        if (!apps || !apps->is_array()) throw ScenarioError("\"apps\" must be a list");
-        workspace.running.clear();
-        for (element app : apps->get_array()) workspace.running.push_back(Fields(app).application());
     }
 
     void browserAnswer(const Fields& event) {
