@@ -23,9 +23,8 @@ public:
         return lines_;
     }
     std::vector<std::string> texts() const {
-        std::lock_guard guard(mutex_);
         std::vector<std::string> texts;
-        for (const Line& line : lines_) texts.push_back(line.text);
+        for (const Line& line : lines()) texts.push_back(line.text);
         return texts;
     }
     void clear() {
