@@ -20,6 +20,7 @@
 #include <simdjson.h>
 
 #include <cmath>
+#include <cstdio>
 #include <functional>
 #include <iomanip>
 #include <map>
@@ -249,12 +250,9 @@ private:
     }
     // 00000000-0000-4000-8000-000000000001 and on, so the output is the same on every run.
     Uuid nextUuid() {
-        std::array<std::uint8_t, 16> bytes{};
-        bytes[6] = 0x40;
-        bytes[8] = 0x80;
-        const std::uint32_t n = ++uuidCount;
-        for (int i = 0; i < 4; ++i) bytes[15 - i] = static_cast<std::uint8_t>(n >> (8 * i));
-        return Uuid(bytes);
+        char text[40];
+        std::snprintf(text, sizeof text, "00000000-0000-4000-8000-%012x", ++uuidCount);
+        return *Uuid::parse(text);
     }
 
     Date start = Date::fromUnixSeconds(1709629200);  // 2024-03-05 09:00:00 UTC
