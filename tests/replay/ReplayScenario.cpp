@@ -6,13 +6,13 @@
 #include "fakes/MemoryDefaults.h"
 #include "fakes/MemoryFiles.h"
 #include "fakes/ScriptedAccessibility.h"
+#include "fakes/ScriptedIdleClock.h"
 #include "fakes/ScriptedScriptRunner.h"
 #include "fakes/ScriptedWorkspace.h"
 #include "fakes/VirtualScheduler.h"
 #include "model/MacActivityStore.h"
 #include "model/MacDayBlockJson.h"
 #include "platform/IcuCalendar.h"
-#include "platform/IdleClock.h"
 #include "tracking/BrowserTabs.h"
 #include "tracking/MacAppTracker.h"
 #include "tracking/WindowTitles.h"
@@ -36,19 +36,6 @@ using simdjson::dom::element_type;
 constexpr double longestScenario = 2 * 86400.0;
 // 1970 to 2100.
 constexpr double latestStartUnix = 4102444800.0;
-
-// The user works (input all the time) until told otherwise.
-class ReplayIdleClock final : public IdleClock {
-public:
-    explicit ReplayIdleClock(const Clock& clock) : clock_(clock) {}
-    double secondsSinceLastInput() const override { return lastInput_ ? clock_.now() - *lastInput_ : 0; }
-    void away(Date lastInput) { lastInput_ = lastInput; }
-    void back() { lastInput_.reset(); }
-
-private:
-    const Clock& clock_;
-    std::optional<Date> lastInput_;
-};
 
 // The fields of one JSON object; a value of the wrong kind is refused, naming the field.
 class Fields {
@@ -130,6 +117,9 @@ DefaultsValue defaultsValue(const element& value) {
 
 class Replay {
 public:
+    // The user works (input all the time) until told otherwise.
+    Replay() { idleClock.keepWorking(); }
+
     void line(const Fields& event, bool first) {
         const std::string kind = event.text("event");
         if (kind == "setup") {
@@ -174,12 +164,10 @@ private:
     const std::map<std::string, Handler> handlers = {
         {"start", [this](const Fields&) { tracker().start(sharedStore()); }},
         {"activate", [this](const Fields& event) { activate(event); }},
-        {"away", [this](const Fields&) { idleClock.away(scheduler.now()); }},
-        {"back", [this](const Fields&) { idleClock.back(); }},
+        {"away", [this](const Fields&) { idleClock.touch(); }},
+        {"back", [this](const Fields&) { idleClock.keepWorking(); }},
         {"idle",
-         [this](const Fields& event) {
-             idleClock.away(scheduler.now() - event.number("seconds", 0, longestScenario));
-         }},
+         [this](const Fields& event) { idleClock.setIdleSeconds(event.number("seconds", 0, longestScenario)); }},
         {"sleep", [this](const Fields&) { workspace.sleep(); }},
         {"wake", [this](const Fields&) { workspace.wake(); }},
         {"browser", [this](const Fields& event) { browserAnswer(event); }},
@@ -204,7 +192,7 @@ private:
 
     void activate(const Fields& event) {
         const RunningApplication app = event.application();
-        if (event.flag("input", true)) idleClock.back();
+        if (event.flag("input", true)) idleClock.keepWorking();
         if (std::find(workspace.running.begin(), workspace.running.end(), app) == workspace.running.end())
             workspace.running.push_back(app);
         workspace.activate(app);
@@ -264,7 +252,7 @@ private:
     ScriptedWorkspace workspace;
     ScriptedScriptRunner scripts;
     ScriptedAccessibility accessibility;
-    ReplayIdleClock idleClock{scheduler};
+    ScriptedIdleClock idleClock{scheduler};
     std::ostringstream output;
     std::shared_ptr<MacActivityStore> store_;
     std::unique_ptr<MacAppTracker> tracker_;
