@@ -9,9 +9,9 @@
 set -euo pipefail
 plenda=$1
 source "$(dirname "$0")/x-session.sh"
-fail() { echo "FAIL: $*" >&2; echo "--- app output" >&2; cat "$work/app.log" >&2 || true; cat "$work/blocks.txt" >&2 2>/dev/null; exit 1; }
+fail() { echo "FAIL: $*" >&2; echo "--- app output" >&2; cat "$work/app.log" >&2 || true; { echo "--- blocks (title|start|end|weight s)"; cat "$work/blocks.txt"; } >&2 2>/dev/null; exit 1; }
 now() { date +%s.%N; }
-plus() { awk -v t="$1" -v d="$2" 'BEGIN { printf "%.3f", t + d }'; }
+calc() { awk "BEGIN { printf \"%.3f\", $1 }"; }
 start_x_session
 
 export XDG_DATA_HOME="$work/data" XDG_CONFIG_HOME="$work/config" XDG_RUNTIME_DIR="$work/run"
@@ -57,20 +57,19 @@ switch_to() { xdotool windowactivate --sync "$1"; input; }
 # Keeps the user busy until the given time.
 busy_until() { while awk -v t="$1" -v n="$(now)" 'BEGIN { exit !(n < t) }'; do input; sleep 0.25; done; }
 switch_to "$ide"; t0=$(now)
-busy_until "$(plus "$t0" 4)"
+busy_until "$(calc "$t0 + 4")"
 switch_to "$notes"; t_notes=$(now)
-busy_until "$(plus "$t0" 7)"
+busy_until "$(calc "$t0 + 7")"
 switch_to "$ide"; t_ide2=$(now)
-busy_until "$(plus "$t0" 9)"
+busy_until "$(calc "$t0 + 9")"
 switch_to "$notes"; t_notes2=$(now)
-busy_until "$(plus "$t0" 12)"
+busy_until "$(calc "$t0 + 12")"
 input; last_input=$(now)
 
 # Blocks as title|start|end|weight-in-seconds, in Unix seconds.
-blocks="$XDG_DATA_HOME/Plenda/blocks.json"
 read_blocks() {
   jq -r '.[] | "\(.title)|\((.startDate // .createdAt) + 978307200)|\((.endDate // .createdAt) + 978307200)|\(.weight * 60)"' \
-    "$blocks" >"$work/blocks.txt" 2>/dev/null
+    "$XDG_DATA_HOME/Plenda/blocks.json" >"$work/blocks.txt" 2>/dev/null
 }
 # No input from here: the idle check (every 20 s) finds the user idle and ends
 # the notebook's session, which is saved at once.
@@ -80,12 +79,10 @@ within 30 notes_ended || fail "idle did not end the notebook's session"
 started=$(now)
 kill -TERM "$app"
 wait "$app" || fail "the app did not exit cleanly"
-took=$(awk -v a="$started" -v b="$(now)" 'BEGIN { printf "%.2f", b - a }')
-echo "quit took ${took}s"
+took=$(calc "$(now) - $started")
 awk -v t="$took" 'BEGIN { exit !(t < 4.8) }' || fail "quitting took ${took}s, more than the 4-second limit"
 
 read_blocks || fail "unreadable block file"
-echo "--- blocks (title|start|end|weight seconds)"; cat "$work/blocks.txt"
 # Checks one block: title, start, end and weight in seconds, each within 1.2 s.
 expect_block() {
   local line
@@ -96,7 +93,6 @@ expect_block() {
         printf "block %s: start %+.2f end %+.2f weight %+.2f s off\n", title, $2 - s, $3 - e, $4 - w; exit 1 } }' \
     <<<"$line" || fail "block '$1' is not as expected"
 }
-calc() { awk "BEGIN { printf \"%.3f\", $1 }"; }
 # Besides the time in the day window itself, two blocks, one for each window.
 [ "$(grep -cv '^Plenda|' "$work/blocks.txt")" = 2 ] || fail "expected two blocks"
 # The IDE: t0..notes, then again t_ide2..t_notes2, merged into one block.

@@ -6,6 +6,7 @@
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <sstream>
 
 #include <sys/stat.h>
@@ -69,9 +70,7 @@ protected:
 
     void write(const QByteArray& bytes) {
         QDir().mkpath(folder());
-        QFile file(path());
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(bytes);
+        std::ofstream(path().toStdString(), std::ios::binary) << bytes.toStdString();
     }
     QStringList copies() const { return QDir(folder()).entryList({"Plenda.json.unreadable-*"}, QDir::Files); }
 };

@@ -41,6 +41,7 @@ protected:
     SqliteCloudDatabase server{SqliteCloudDatabase::Options{.clock = &clock}};
     CloudFaultInjector cloud{server};
     std::ostringstream output;
+    const QThread* mainThread = QThread::currentThread();
 
     // Runs the main thread's event loop until `done` holds (no timeout: a
     // hang is a failure that CTest's time limit reports).
@@ -66,10 +67,9 @@ TEST_F(ThreadedTest, SchedulerWorkerRunsOffTheMainThreadOneAtATimeAndPostsBack) 
     std::atomic<int> running{0}, maximum{0};
     std::vector<int> results;
     std::atomic<bool> offMain{true};
-    const QThread* main = QThread::currentThread();
     for (int i = 0; i < 20; ++i) {
         scheduler.runOnWorker([&, i] {
-            if (QThread::currentThread() == main) offMain = false;
+            if (QThread::currentThread() == mainThread) offMain = false;
             maximum = std::max(maximum.load(), ++running);
             --running;
             scheduler.post([&, i] { results.push_back(i); });
@@ -96,7 +96,6 @@ TEST_F(ThreadedTest, EngineWorkerAndBookkeepingServeManyThreads) {
     std::mutex savedLock;
     std::set<std::string> saved;
     std::vector<IdSet> keptDirty(threads), deleted(threads);
-    const QThread* mainThread = QThread::currentThread();
     const auto completed = [&] {
         if (QThread::currentThread() == mainThread) completedOnMain = true;
         ++completions;
