@@ -21,10 +21,9 @@ start_x_session() {
   export DISPLAY=":$display"
   openbox >"$work/openbox.log" 2>&1 &
   pids+=($!)
-  within 10 openbox_ready || fail "openbox did not start"
+  # xprop exits 0 even when the property is missing: look for the window id.
+  within 10 sh -c 'xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q "window id"' || fail "openbox did not start"
 }
-# xprop exits 0 even when the property is missing: look for the window id.
-openbox_ready() { xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q "window id"; }
 
 window_of_class() { xdotool search --onlyvisible --class "$1" 2>/dev/null | head -1; }
 # Opens an xterm of window class $2 for $3 seconds and stores its window id in the variable named $1.

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "base/Observers.h"
 #include "platform/Workspace.h"
 
-#include <map>
 #include <memory>
 
 namespace plenda {
@@ -20,44 +20,33 @@ public:
     std::optional<std::string> ownBundleIdentifier() const override { return ownIdentifier; }
 
     Subscription observeActivation(std::function<void(const RunningApplication&)> handler) override {
-        return add(activation_, std::move(handler));
+        return watch(activation_, [this, handler = std::move(handler)] { handler(*frontmost); });
     }
-    Subscription observeWillSleep(std::function<void()> handler) override { return add(sleep_, std::move(handler)); }
-    Subscription observeDidWake(std::function<void()> handler) override { return add(wake_, std::move(handler)); }
+    Subscription observeWillSleep(std::function<void()> handler) override { return watch(sleep_, std::move(handler)); }
+    Subscription observeDidWake(std::function<void()> handler) override { return watch(wake_, std::move(handler)); }
 
     // Brings `app` to the front and tells the observers.
     void activate(const RunningApplication& app) {
         frontmost = app;
-        for (const auto& [key, handler] : snapshot(activation_)) handler(app);
+        activation_.notify();
     }
-    void sleep() {
-        for (const auto& [key, handler] : snapshot(sleep_)) handler();
-    }
-    void wake() {
-        for (const auto& [key, handler] : snapshot(wake_)) handler();
-    }
-    std::size_t observerCount() const { return activation_->size() + sleep_->size() + wake_->size(); }
+    void sleep() { sleep_.notify(); }
+    void wake() { wake_.notify(); }
+    std::size_t observerCount() const { return *observers_; }
 
 private:
-    template <typename F>
-    using Handlers = std::shared_ptr<std::map<int, F>>;
-
-    template <typename F>
-    Subscription add(Handlers<F>& handlers, F handler) {
-        const int key = next_++;
-        handlers->emplace(key, std::move(handler));
-        return Subscription([weak = std::weak_ptr(handlers), key] {
-            if (auto list = weak.lock()) list->erase(key);
+    // Counts the live subscriptions, so a test sees a second start add none.
+    Subscription watch(ObserverList& list, std::function<void()> handler) {
+        ++*observers_;
+        return Subscription([inner = std::make_shared<Subscription>(list.subscribe(std::move(handler))),
+                             count = std::weak_ptr(observers_)] {
+            inner->reset();
+            if (const auto live = count.lock()) --*live;
         });
     }
-    template <typename F>
-    static std::map<int, F> snapshot(const Handlers<F>& handlers) { return *handlers; }
 
-    int next_ = 0;
-    Handlers<std::function<void(const RunningApplication&)>> activation_ =
-        std::make_shared<std::map<int, std::function<void(const RunningApplication&)>>>();
-    Handlers<std::function<void()>> sleep_ = std::make_shared<std::map<int, std::function<void()>>>();
-    Handlers<std::function<void()>> wake_ = std::make_shared<std::map<int, std::function<void()>>>();
+    ObserverList activation_, sleep_, wake_;
+    std::shared_ptr<std::size_t> observers_ = std::make_shared<std::size_t>(0);
 };
 
 }  // namespace plenda

@@ -6,8 +6,6 @@
 #include "fakes/ScriptedWorkspace.h"
 #include "fakes/StoreFixture.h"
 #include "tracking/MacAppTracker.h"
-#include "sync/MacCloudSync.h"
-#include "tracking/CategoryRules.h"
 
 namespace plenda {
 
@@ -27,10 +25,8 @@ protected:
     }
 
     MacAppTracker& makeTracker() {
-        sharedStore = std::make_shared<MacActivityStore>(MacActivityStore::Dependencies{
-            scheduler, scheduler, calendar, defaults, files, strings, cloudSyncDisabled, &Uuid::random, output,
-            MacCloudSync::factory({defaults, scheduler, nullptr, nullptr, nullptr, output}),
-            categoryOverrideWriter(defaults)});
+        makeStore();
+        sharedStore = std::move(store);
         tracker = std::make_unique<MacAppTracker>(MacAppTracker::Dependencies{
             scheduler, scheduler, defaults, workspace, scripts, accessibility, idleClock, output});
         return *tracker;

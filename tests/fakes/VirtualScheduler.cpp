@@ -2,14 +2,10 @@
 
 namespace plenda {
 
-Date VirtualScheduler::now() const {
-    std::lock_guard guard(mutex_);
-    return now_;
-}
+Date VirtualScheduler::now() const { return now_; }
 
 TaskHandle VirtualScheduler::schedule(Date due, Task task, double interval, bool timer) {
     TaskHandle handle([] {});
-    std::lock_guard guard(mutex_);
     queue_.emplace(Key{due.seconds, sequence_++}, Entry{std::move(task), handle, interval, timer});
     return handle;
 }
@@ -29,30 +25,23 @@ TaskHandle VirtualScheduler::repeating(double interval, double, Task task) {
 void VirtualScheduler::advance(double seconds) { advanceTo(now() + std::max(0.0, seconds)); }
 
 void VirtualScheduler::advanceTo(Date target) {
-    for (;;) {
-        Entry entry;
-        {
-            std::lock_guard guard(mutex_);
-            auto first = queue_.begin();
-            if (first == queue_.end() || first->first.first > target.seconds) break;
-            now_ = std::max(now_, Date(first->first.first));
-            entry = std::move(first->second);
-            queue_.erase(first);
-            if (entry.handle.isCancelled()) continue;
-            if (entry.timer) ++timerFirings_;
-            if (entry.interval > 0) {
-                queue_.emplace(Key{now_.seconds + entry.interval, sequence_++},
-                               Entry{entry.task, entry.handle, entry.interval, true});
-            }
+    while (!queue_.empty() && queue_.begin()->first.first <= target.seconds) {
+        const auto first = queue_.begin();
+        now_ = std::max(now_, Date(first->first.first));
+        Entry entry = std::move(first->second);
+        queue_.erase(first);
+        if (entry.handle.isCancelled()) continue;
+        if (entry.timer) ++timerFirings_;
+        if (entry.interval > 0) {
+            queue_.emplace(Key{now_.seconds + entry.interval, sequence_++},
+                           Entry{entry.task, entry.handle, entry.interval, true});
         }
         entry.task();
     }
-    std::lock_guard guard(mutex_);
     now_ = std::max(now_, target);
 }
 
 std::size_t VirtualScheduler::pendingTasks() const {
-    std::lock_guard guard(mutex_);
     std::size_t count = 0;
     for (const auto& [key, entry] : queue_) count += entry.handle.isCancelled() ? 0 : 1;
     return count;

@@ -5,14 +5,14 @@
 
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <utility>
 
 namespace plenda {
 
 // Virtual time for tests: nothing runs until the test advances the clock, and
 // then everything due runs in time order (ties in the order scheduled).
-// Worker tasks run on the calling thread, one at a time, like a serial queue.
+// Worker tasks run on the calling thread, one at a time, like a serial queue;
+// everything happens on the test's thread.
 class VirtualScheduler final : public Scheduler, public Clock {
 public:
     explicit VirtualScheduler(Date start = Date(700000000)) : now_(start) {}
@@ -43,7 +43,6 @@ private:
 
     TaskHandle schedule(Date due, Task task, double interval, bool timer);
 
-    mutable std::mutex mutex_;
     Date now_;
     std::uint64_t sequence_ = 0;
     std::uint64_t timerFirings_ = 0;

@@ -1,10 +1,15 @@
 #include "fakes/MemoryDefaults.h"
 #include "platform/qt/QtDefaults.h"
 
+#include <QDir>
+#include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <sstream>
+
+#include <sys/stat.h>
 
 namespace plenda {
 namespace {
@@ -51,16 +56,29 @@ INSTANTIATE_TEST_SUITE_P(
                  "dictionary"}),
     [](const auto& info) { return std::string(info.param.name); });
 
-// A corrupt file reads as empty and new writes replace it.
-TEST(QtDefaultsFile, EveryTypeComesBackAsItWasStoredAfterARestartEvenOverACorruptFile) {
-    QTemporaryDir folder;
-    const QString path = folder.filePath("Plenda.json");
-    const auto open = [&] {
-        return std::make_unique<QtDefaults>(std::make_unique<QSettings>(path, QtDefaults::typedJsonFormat()));
-    };
-    std::ofstream(path.toStdString()) << "{ not json";
+unsigned mode(const QString& path) {
+    struct stat status {};
+    return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mode & 07777 : 0;
+}
+
+class SettingsFile : public ::testing::Test {
+protected:
+    QTemporaryDir home;
+    QString folder() const { return home.filePath("config/Plenda"); }
+    QString path() const { return folder() + "/Plenda.json"; }
+    std::ostringstream output;
+
+    void write(const QByteArray& bytes) {
+        QDir().mkpath(folder());
+        std::ofstream(path().toStdString(), std::ios::binary) << bytes.toStdString();
+    }
+    QStringList copies() const { return QDir(folder()).entryList({"Plenda.json.unreadable-*"}, QDir::Files); }
+};
+
+TEST_F(SettingsFile, EveryTypeComesBackAfterARestartAndEveryWriteStaysPrivate) {
+    write("{\"trackingEnabled\": false}");
+    ::chmod(QFile::encodeName(path()).constData(), 0644);
     const std::vector<std::pair<std::string, DefaultsValue>> values = {
-        {"trackingEnabled", false},
         {"idleThresholdSeconds", 600.0},
         {"browserTab.lastOutcome", "ok example.org"},
         {"cloudSync.dayBlocks.zoneChangeToken", Data{std::string("\x00\xFF token", 8)}},
@@ -71,18 +89,58 @@ TEST(QtDefaultsFile, EveryTypeComesBackAsItWasStoredAfterARestartEvenOverACorrup
         {"text that looks boolean", "true"},
     };
     {
-        auto defaults = open();
-        EXPECT_FALSE(defaults->object("trackingEnabled"));
+        auto defaults = QtDefaults::openFile(path(), output);
+        EXPECT_EQ(defaults->object("trackingEnabled"), DefaultsValue(false));
         for (const auto& [key, value] : values) defaults->set(key, value);
         defaults->synchronize();
     }
-    auto reopened = open();
+    EXPECT_TRUE(copies().isEmpty());
+    EXPECT_TRUE(output.str().empty()) << output.str();
+    EXPECT_EQ(mode(path()), 0600u);
+    EXPECT_EQ(mode(folder()), 0700u);
+    auto reopened = QtDefaults::openFile(path(), output);
+    EXPECT_EQ(reopened->object("trackingEnabled"), DefaultsValue(false));
     for (const auto& [key, value] : values) {
         EXPECT_EQ(reopened->object(key), value) << key;
     }
     reopened->remove("trackingEnabled");
     EXPECT_FALSE(reopened->object("trackingEnabled"));
     EXPECT_FALSE(reopened->object("never.written"));
+
+    QDir(folder()).removeRecursively();
+    {
+        auto fresh = QtDefaults::openFile(path(), output);
+        fresh->setBool("trackingEnabled", true);
+        fresh->synchronize();
+    }
+    EXPECT_EQ(mode(path()), 0600u);
+}
+
+TEST_F(SettingsFile, ADamagedFileIsKeptAsACopyAndNeverWrittenOver) {
+    const QByteArray damaged[] = {
+        "{\"trackingEnabled\": false, \"ignoredBundleIdentifiers\": [\"org.gnome.Nautilus\"]",  // one missing brace
+        "{\"trackingEnabled\": false, \"title\": \"caf\xE9\"}",                               // one byte not UTF-8
+        "[\"not\", \"an\", \"object\"]",
+    };
+    for (const QByteArray& bytes : damaged) {
+        SCOPED_TRACE(bytes.toStdString());
+        QDir(folder()).removeRecursively();
+        write(bytes);
+        output.str({});
+        {
+            auto defaults = QtDefaults::openFile(path(), output);
+            EXPECT_FALSE(defaults->object("trackingEnabled"));
+            defaults->setBool("trackingEnabled", true);
+            defaults->synchronize();
+        }
+        ASSERT_EQ(copies().size(), 1);
+        QFile copy(folder() + "/" + copies().front());
+        ASSERT_TRUE(copy.open(QIODevice::ReadOnly));
+        EXPECT_EQ(copy.readAll(), bytes);
+        EXPECT_NE(output.str().find("the settings file could not be read"), std::string::npos) << output.str();
+        EXPECT_NE(output.str().find(copies().front().toStdString()), std::string::npos);
+        EXPECT_EQ(QtDefaults::openFile(path(), output)->boolValue("trackingEnabled"), true);
+    }
 }
 
 TEST(QtDefaultsVariants, ConvertBothWays) {

@@ -38,14 +38,6 @@ TEST(QtFiles, UserOnlyFilesAreWrittenReadAndMovedTellingMissingFromFailed) {
     EXPECT_FALSE(files.moveFile(file, folder + "/c.json"));
 }
 
-TEST(QtFilesDefault, ApplicationSupportFollowsXdgDataHome) {
-    QTemporaryDir home;
-    const QByteArray saved = qgetenv("XDG_DATA_HOME");
-    qputenv("XDG_DATA_HOME", home.path().toUtf8());
-    EXPECT_EQ(QtFiles().applicationSupportDirectory(), home.path().toStdString());
-    if (saved.isEmpty()) qunsetenv("XDG_DATA_HOME"); else qputenv("XDG_DATA_HOME", saved);
-}
-
 // Real files when the disk is full, the folder read-only or the file's place
 // taken: a failed write leaves the previous file whole and no temporary file
 // behind, and the next write after the fault succeeds.

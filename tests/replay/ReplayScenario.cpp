@@ -6,13 +6,13 @@
 #include "fakes/MemoryDefaults.h"
 #include "fakes/MemoryFiles.h"
 #include "fakes/ScriptedAccessibility.h"
+#include "fakes/ScriptedIdleClock.h"
 #include "fakes/ScriptedScriptRunner.h"
 #include "fakes/ScriptedWorkspace.h"
 #include "fakes/VirtualScheduler.h"
 #include "model/MacActivityStore.h"
 #include "model/MacDayBlockJson.h"
 #include "platform/IcuCalendar.h"
-#include "platform/IdleClock.h"
 #include "tracking/BrowserTabs.h"
 #include "tracking/MacAppTracker.h"
 #include "tracking/WindowTitles.h"
@@ -20,6 +20,7 @@
 #include <simdjson.h>
 
 #include <cmath>
+#include <cstdio>
 #include <functional>
 #include <iomanip>
 #include <map>
@@ -35,19 +36,6 @@ using simdjson::dom::element_type;
 constexpr double longestScenario = 2 * 86400.0;
 // 1970 to 2100.
 constexpr double latestStartUnix = 4102444800.0;
-
-// The user works (input all the time) until told otherwise.
-class ReplayIdleClock final : public IdleClock {
-public:
-    explicit ReplayIdleClock(const Clock& clock) : clock_(clock) {}
-    double secondsSinceLastInput() const override { return lastInput_ ? clock_.now() - *lastInput_ : 0; }
-    void away(Date lastInput) { lastInput_ = lastInput; }
-    void back() { lastInput_.reset(); }
-
-private:
-    const Clock& clock_;
-    std::optional<Date> lastInput_;
-};
 
 // The fields of one JSON object; a value of the wrong kind is refused, naming the field.
 class Fields {
@@ -129,6 +117,9 @@ DefaultsValue defaultsValue(const element& value) {
 
 class Replay {
 public:
+    // The user works (input all the time) until told otherwise.
+    Replay() { idleClock.keepWorking(); }
+
     void line(const Fields& event, bool first) {
         const std::string kind = event.text("event");
         if (kind == "setup") {
@@ -173,18 +164,15 @@ private:
     const std::map<std::string, Handler> handlers = {
         {"start", [this](const Fields&) { tracker().start(sharedStore()); }},
         {"activate", [this](const Fields& event) { activate(event); }},
-        {"away", [this](const Fields&) { idleClock.away(scheduler.now()); }},
-        {"back", [this](const Fields&) { idleClock.back(); }},
+        {"away", [this](const Fields&) { idleClock.touch(); }},
+        {"back", [this](const Fields&) { idleClock.keepWorking(); }},
         {"idle",
-         [this](const Fields& event) {
-             idleClock.away(scheduler.now() - event.number("seconds", 0, longestScenario));
-         }},
+         [this](const Fields& event) { idleClock.setIdleSeconds(event.number("seconds", 0, longestScenario)); }},
         {"sleep", [this](const Fields&) { workspace.sleep(); }},
         {"wake", [this](const Fields&) { workspace.wake(); }},
         {"browser", [this](const Fields& event) { browserAnswer(event); }},
         {"window", [this](const Fields& event) { windowAnswer(event); }},
         {"trust", [this](const Fields& event) { accessibility.trusted = event.flag("trusted", true); }},
-        {"running", [this](const Fields& event) { running(event); }},
         {"settings",
          [this](const Fields& event) {
              const std::string key = event.text("key");
@@ -194,7 +182,6 @@ private:
         {"pause", [this](const Fields&) { tracker().setTracking(false); }},
         {"resume", [this](const Fields&) { tracker().setTracking(true); }},
         {"probe", [this](const Fields&) { tracker().browserTabs().requestBrowserAutomation(); }},
-        {"requestAccessibility", [this](const Fields&) { tracker().windowTitles().requestAccessibility(); }},
         {"quit",
          [this](const Fields&) {
              tracker().commitSession(scheduler.now());
@@ -205,17 +192,10 @@ private:
 
     void activate(const Fields& event) {
         const RunningApplication app = event.application();
-        if (event.flag("input", true)) idleClock.back();
+        if (event.flag("input", true)) idleClock.keepWorking();
         if (std::find(workspace.running.begin(), workspace.running.end(), app) == workspace.running.end())
             workspace.running.push_back(app);
         workspace.activate(app);
-    }
-
-    void running(const Fields& event) {
-        const auto apps = event.field("apps");
-        if (!apps || !apps->is_array()) throw ScenarioError("\"apps\" must be a list");
-        workspace.running.clear();
-        for (element app : apps->get_array()) workspace.running.push_back(Fields(app).application());
     }
 
     void browserAnswer(const Fields& event) {
@@ -258,12 +238,9 @@ private:
     }
     // 00000000-0000-4000-8000-000000000001 and on, so the output is the same on every run.
     Uuid nextUuid() {
-        std::array<std::uint8_t, 16> bytes{};
-        bytes[6] = 0x40;
-        bytes[8] = 0x80;
-        const std::uint32_t n = ++uuidCount;
-        for (int i = 0; i < 4; ++i) bytes[15 - i] = static_cast<std::uint8_t>(n >> (8 * i));
-        return Uuid(bytes);
+        char text[40];
+        std::snprintf(text, sizeof text, "00000000-0000-4000-8000-%012x", ++uuidCount);
+        return *Uuid::parse(text);
     }
 
     Date start = Date::fromUnixSeconds(1709629200);  // 2024-03-05 09:00:00 UTC
@@ -275,7 +252,7 @@ private:
     ScriptedWorkspace workspace;
     ScriptedScriptRunner scripts;
     ScriptedAccessibility accessibility;
-    ReplayIdleClock idleClock{scheduler};
+    ScriptedIdleClock idleClock{scheduler};
     std::ostringstream output;
     std::shared_ptr<MacActivityStore> store_;
     std::unique_ptr<MacAppTracker> tracker_;

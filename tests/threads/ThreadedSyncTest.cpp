@@ -1,7 +1,7 @@
-// The parts that really run on several threads, on real threads: the sync
-// engine's worker under the Qt scheduler with the bookkeeping lock under
-// contention, and the store's uploads beside its main thread. Built with
-// ThreadSanitizer in CI, where any data race fails the run.
+// The parts that really run on several threads, on real threads: the Qt
+// scheduler itself, the sync engine's worker under it with the bookkeeping
+// lock under contention, and the store's uploads beside its main thread.
+// Built with ThreadSanitizer in CI, where any data race fails the run.
 #include "fakes/KeyStringTable.h"
 #include "fakes/MemoryDefaults.h"
 #include "model/MacActivityStore.h"
@@ -24,6 +24,7 @@
 #include <mutex>
 #include <set>
 #include <thread>
+#include <vector>
 
 namespace plenda {
 namespace {
@@ -40,6 +41,7 @@ protected:
     SqliteCloudDatabase server{SqliteCloudDatabase::Options{.clock = &clock}};
     CloudFaultInjector cloud{server};
     std::ostringstream output;
+    const QThread* mainThread = QThread::currentThread();
 
     // Runs the main thread's event loop until `done` holds (no timeout: a
     // hang is a failure that CTest's time limit reports).
@@ -47,6 +49,37 @@ protected:
         while (!done()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
     }
 };
+
+TEST_F(ThreadedTest, SchedulerPostsRunLaterInOrderAndCancelledTimersNeverRun) {
+    std::vector<int> order;
+    bool cancelledRan = false, timerRan = false;
+    scheduler.post([&] { order.push_back(1); });
+    scheduler.post([&] { order.push_back(2); });
+    EXPECT_TRUE(order.empty()) << "never inside the call";
+    scheduler.after(0, [&] { cancelledRan = true; }).cancel();
+    scheduler.after(0.001, [&] { timerRan = true; });
+    runUntil([&] { return order.size() == 2 && timerRan; });
+    EXPECT_EQ(order, (std::vector{1, 2}));
+    EXPECT_FALSE(cancelledRan);
+}
+
+TEST_F(ThreadedTest, SchedulerWorkerRunsOffTheMainThreadOneAtATimeAndPostsBack) {
+    std::atomic<int> running{0}, maximum{0};
+    std::vector<int> results;
+    std::atomic<bool> offMain{true};
+    for (int i = 0; i < 20; ++i) {
+        scheduler.runOnWorker([&, i] {
+            if (QThread::currentThread() == mainThread) offMain = false;
+            maximum = std::max(maximum.load(), ++running);
+            --running;
+            scheduler.post([&, i] { results.push_back(i); });
+        });
+    }
+    runUntil([&] { return results.size() == 20; });
+    EXPECT_TRUE(offMain);
+    EXPECT_EQ(maximum, 1);
+    for (int i = 0; i < 20; ++i) EXPECT_EQ(results[static_cast<std::size_t>(i)], i);
+}
 
 // Pushes and pulls requested from several threads at once, each marking
 // its ids while the completions clear some on the worker: every completion
@@ -63,7 +96,6 @@ TEST_F(ThreadedTest, EngineWorkerAndBookkeepingServeManyThreads) {
     std::mutex savedLock;
     std::set<std::string> saved;
     std::vector<IdSet> keptDirty(threads), deleted(threads);
-    const QThread* mainThread = QThread::currentThread();
     const auto completed = [&] {
         if (QThread::currentThread() == mainThread) completedOnMain = true;
         ++completions;

@@ -27,7 +27,7 @@ protected:
     }
 };
 
-TEST_F(Entries, WindowsAreMatchedInOrderOfReliabilityUserEntriesFirst) {
+TEST_F(Entries, WindowsAreMatchedInOrderOfReliabilityUserEntriesFirstNamedInTheUsersLanguage) {
     write(system, "org.gnome.TextEditor.desktop", "[Desktop Entry]\nName=Text Editor\nName[de]=Texteditor\n");
     write(system, "code.desktop",
           "[Desktop Entry]\nName=Visual Studio Code\nStartupWMClass=Code\n[Desktop Action new]\nName=New Window\n");
@@ -49,9 +49,8 @@ TEST_F(Entries, WindowsAreMatchedInOrderOfReliabilityUserEntriesFirst) {
     EXPECT_EQ(found(all.find("unknown.App", "foo", "Foo")), "(none)");
     EXPECT_EQ(found(all.find(std::nullopt, "notes", "Notes")), "notes / My Notes") << "the user's entry wins";
     EXPECT_EQ(found(all.find(std::nullopt, "gone", "Gone")), "(none)") << "hidden by the user";
-}
 
-TEST_F(Entries, NameFollowsLocaleThenLanguageThenPlain) {
+    // The name follows the locale, then the language, then the plain name.
     write(system, "a.desktop", "[Desktop Entry]\nName=Plain\nName[pt]=Simples\nName[pt_BR]=Simples BR\n");
     EXPECT_EQ(found(entries("pt_BR").find("a", "", "")), "a / Simples BR");
     EXPECT_EQ(found(entries("pt_PT").find("a", "", "")), "a / Simples");

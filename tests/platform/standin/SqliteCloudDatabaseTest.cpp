@@ -2,10 +2,8 @@
 #include "platform/standin/SqliteCloudDatabase.h"
 #include "sync/CloudRecordEnvelope.h"
 
+#include <QTemporaryDir>
 #include <gtest/gtest.h>
-
-#include <filesystem>
-#include <unistd.h>
 
 namespace plenda {
 namespace {
@@ -95,9 +93,8 @@ TEST_F(StandIn, PerRecordOutcomesLimitsAndAtomicity) {
 }
 
 TEST(StandInFile, TwoInstancesOnOneFileSeeOneAccount) {
-    const auto dir = std::filesystem::temp_directory_path() / ("plenda-standin-" + std::to_string(getpid()));
-    std::filesystem::create_directories(dir);
-    const std::string path = (dir / "cloud.sqlite").string();
+    const QTemporaryDir dir;
+    const std::string path = dir.filePath("cloud.sqlite").toStdString();
     {
         SqliteCloudDatabase mac{{.path = path}};
         SqliteCloudDatabase laptop{{.path = path}};
@@ -106,7 +103,6 @@ TEST(StandInFile, TwoInstancesOnOneFileSeeOneAccount) {
         EXPECT_EQ(laptop.records(zone).size(), 1u);
     }
     EXPECT_EQ(SqliteCloudDatabase({.path = path}).records(zone).size(), 1u) << "the file keeps the records";
-    std::filesystem::remove_all(dir);
 }
 
 }  // namespace
