@@ -5,6 +5,8 @@
 
 #include <fstream>
 
+#include <sys/stat.h>
+
 namespace plenda {
 namespace {
 
@@ -23,6 +25,11 @@ TEST_F(XdgAutostart, RegisterWritesAnEntryThatUnregisterRemovesOrTheUserHides) {
     EXPECT_FALSE(item.isEnabled());
     EXPECT_FALSE(item.registerItem());
     EXPECT_TRUE(item.isEnabled());
+    struct stat status {};
+    ASSERT_EQ(::stat(folder().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0700u) << "made by Plenda, so private";
+    ASSERT_EQ(::stat(item.entryPath().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0600u);
     const std::string text = entry(item);
     EXPECT_NE(text.find("[Desktop Entry]\n"), std::string::npos);
     EXPECT_NE(text.find("Exec=/opt/plenda/bin/plenda\n"), std::string::npos);

@@ -355,5 +355,41 @@ TEST_F(HostileServer, RemoteDeletionsEvenRepeatedSpareBlocksChangedHere) {
     EXPECT_EQ(decodeBlocks(files.files[blocksPath])->size(), 1u) << "the merge is saved";
 }
 
+TEST_F(StoreSyncing, PulledBlocksThatNeverReachedTheFileArePulledAgain) {
+    sync();  // makes the zone
+    server.setPageSize(1);
+    for (int hour = 1; hour <= 3; ++hour) remote(blockRecord(block("Remote", hour)));
+    files.writeFailure = "No space left on device";
+    sync();
+    EXPECT_EQ(store->blocks().size(), 3u) << "merged in memory";
+
+    // Quit (or crash) now, and start again with room on the disk.
+    files.writeFailure.reset();
+    files.files.clear();
+    makeStore();
+    sync();
+    EXPECT_EQ(store->blocks().size(), 3u);
+    expectSoundStore();
+}
+
+TEST_F(StoreSyncing, ABlockSavedAgainAfterItsDeletionOnAnEarlierPageStays) {
+    const MacDayBlock kept = uploaded("Kept", 1);
+    uploaded("Other", 2);
+    server.setPageSize(1);
+    // Another device deletes it; this pull sees the deletion on its first
+    // page, and before the next page is asked for the block is saved again.
+    remoteDelete(kept.id);
+    remote(blockRecord(block("Filler", 3)));
+    cloud.hangNextRequests(1, 1);  // the fetch after the first page
+    store->syncNow();
+    scheduler.runUntilIdle();
+    ASSERT_EQ(cloud.hungRequests(), 1u);
+    const MacDayBlock resaved = changed(kept, "Kept, edited", scheduler.now());
+    remote(blockRecord(resaved));
+    cloud.releaseHungRequests();
+    scheduler.runUntilIdle();
+    EXPECT_EQ(localBlock(kept.id), resaved) << "the server holds it, so must this device";
+}
+
 }  // namespace
 }  // namespace plenda

@@ -5,6 +5,8 @@
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 namespace plenda {
 namespace {
 
@@ -103,6 +105,18 @@ TEST(StandInFile, TwoInstancesOnOneFileSeeOneAccount) {
         EXPECT_EQ(laptop.records(zone).size(), 1u);
     }
     EXPECT_EQ(SqliteCloudDatabase({.path = path}).records(zone).size(), 1u) << "the file keeps the records";
+}
+
+TEST(StandInFile, TheDatabaseAndItsSideFilesAreTheUsersAlone) {
+    const QTemporaryDir home;
+    const std::string folder = home.path().toStdString() + "/cloud";
+    SqliteCloudDatabase server(SqliteCloudDatabase::Options{.path = folder + "/standin.sqlite"});
+    ASSERT_TRUE(server.openError().empty()) << server.openError();
+    for (const std::string name : {"", "/standin.sqlite", "/standin.sqlite-wal", "/standin.sqlite-shm"}) {
+        struct stat status {};
+        ASSERT_EQ(::stat((folder + name).c_str(), &status), 0) << name;
+        EXPECT_EQ(status.st_mode & 0777, name.empty() ? 0700u : 0600u) << name;
+    }
 }
 
 }  // namespace
