@@ -73,12 +73,23 @@ TEST_F(Engine, OpensTheContainerOnceAndLogsToBothChannels) {
     EXPECT_EQ(output.str().substr(0, output.str().find('\n')), "\u2601\uFE0F [SYNC] Push: nothing pending");
 }
 
-TEST_F(Engine, RefusedAccountsFailAndOnlyLastingRefusalsLatch) {
+TEST_F(Engine, FailedChecksAreRetriedRefusedAccountsFailAndOnlyLastingRefusalsLatch) {
+    cloud.failNextRequests(1);
+    EXPECT_FALSE(pull().ok());
+    EXPECT_EQ(logLines().back(), "Account check failed: The network connection was lost");
+    cloud.failNextRequests(1, CloudFaultInjector::networkFailure(), 1);  // the zone save
+    EXPECT_EQ(pull().error().code, CloudErrorCode::networkFailure) << "the platform's error is passed on";
+    EXPECT_EQ(logLines().back(), "Zone create failed: The network connection was lost");
+    EXPECT_FALSE(defaults.boolValue("cloudSync.dayBlocks.zoneCreated"));
+    EXPECT_TRUE(pull().ok());
+    EXPECT_EQ(requestsOf(Kind::saveZone), 2u);
+
     for (const auto& [status, latches] : std::vector<std::pair<CloudAccountStatus, bool>>{
              {CloudAccountStatus::couldNotDetermine, false}, {CloudAccountStatus::temporarilyUnavailable, false},
              {CloudAccountStatus::restricted, true}, {CloudAccountStatus::noAccount, true}}) {
         const std::string raw = std::to_string(static_cast<long>(status));
         SCOPED_TRACE("status " + raw);
+        engine.resetAvailability();
         cloud.clearRequests();
         systemLog.clear();
         cloud.setAccountStatus(status);
@@ -97,23 +108,10 @@ TEST_F(Engine, RefusedAccountsFailAndOnlyLastingRefusalsLatch) {
         cloud.setAccountStatus(std::nullopt);
         engine.resetAvailability();
         EXPECT_TRUE(push({envelope()}).ok());
-        engine.resetAvailability();
     }
     CloudSyncEngine bare{{state, scheduler, nullptr, &systemLog, output}};
     EXPECT_FALSE(finish<PullResult>([&](auto done) { bare.pull(done); }).ok());
     EXPECT_EQ(logLines().back(), "No usable iCloud account (status 3)") << "without a cloud the account is missing";
-}
-
-TEST_F(Engine, FailedAccountCheckAndZoneCreationAreRetriedNextTime) {
-    cloud.failNextRequests(1);
-    EXPECT_FALSE(pull().ok());
-    EXPECT_EQ(logLines().back(), "Account check failed: The network connection was lost");
-    cloud.failNextRequests(1, CloudFaultInjector::networkFailure(), 1);  // the zone save
-    EXPECT_EQ(pull().error().code, CloudErrorCode::networkFailure) << "the platform's error is passed on";
-    EXPECT_EQ(logLines().back(), "Zone create failed: The network connection was lost");
-    EXPECT_FALSE(defaults.boolValue("cloudSync.dayBlocks.zoneCreated"));
-    EXPECT_TRUE(pull().ok());
-    EXPECT_EQ(requestsOf(Kind::saveZone), 2u);
 }
 
 TEST_F(Engine, PullLeavesTheTokenToItsCallerAFailureLeavesTheStoredOneAndAnExpiredOneRefetches) {
