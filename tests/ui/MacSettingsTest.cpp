@@ -107,24 +107,20 @@ TEST_F(MacSettingsTest, LoginToggleShowsTheRealStateAndReportsFailures) {
 }
 
 TEST_F(MacSettingsTest, PermissionRowsShowAllowedOrAGrantButton) {
-    struct Case {
-        std::optional<std::string> browserOutcome;
-        bool trusted;
-        const char* browserText;
-        const char* accessibilityText;
-    };
+    // Browser outcome stored, trusted, then the two rows' texts.
+    using Case = std::tuple<std::optional<std::string>, bool, const char*, const char*>;
     const Case cases[] = {
         {std::nullopt, true, "Allowed", "Allowed"},
         {"denied -1743 com.apple.Safari", false, "mac.settings.grant.automation", "mac.settings.grant.accessibility"},
         {"ok example.com", false, "Allowed", "mac.settings.grant.accessibility"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.browserOutcome.value_or("never asked"));
-        if (c.browserOutcome) defaults.setString(BrowserTabs::outcomeKey, *c.browserOutcome);
-        accessibility.trusted = c.trusted;
+    for (const auto& [browserOutcome, trusted, browserText, accessibilityText] : cases) {
+        SCOPED_TRACE(browserOutcome.value_or("never asked"));
+        if (browserOutcome) defaults.setString(BrowserTabs::outcomeKey, *browserOutcome);
+        accessibility.trusted = trusted;
         const auto view = makeView();
-        EXPECT_EQ(view->browserPermissionText(), localized(c.browserText));
-        EXPECT_EQ(view->accessibilityPermissionText(), localized(c.accessibilityText));
+        EXPECT_EQ(view->browserPermissionText(), localized(browserText));
+        EXPECT_EQ(view->accessibilityPermissionText(), localized(accessibilityText));
         // Granting shows at the next draw.
         accessibility.trusted = true;
         view->refreshPermissions();
