@@ -112,18 +112,6 @@ INSTANTIATE_TEST_SUITE_P(
                       LaunchPrompts{"accessibilityAsked", false, false, true, true, false}),
     [](const auto& info) { return std::string(info.param.name); });
 
-TEST_F(MacAppDelegateTest, EveryActivationSyncsAndProbesTheBrowsers) {
-    defaults.setString(BrowserTabs::outcomeKey, "ok example.com");
-    workspace.running = {safari};
-    launch();
-    scheduler.advance(10);
-    const auto pulls = requests(CloudFaultInjector::Kind::fetchZoneChanges);
-    delegate->applicationDidBecomeActive();
-    EXPECT_EQ(scripts.ran.size(), 1u) << "the probe runs at once";
-    scheduler.runUntilIdle();
-    EXPECT_EQ(requests(CloudFaultInjector::Kind::fetchZoneChanges), pulls + 1);
-}
-
 // With sync on, once the session's upload went through; with sync off, at once.
 class QuitAtOnce : public MacAppDelegateTest, public ::testing::WithParamInterface<bool> {};
 
@@ -179,7 +167,9 @@ TEST_P(QuitLater, WaitsForTheUploadAtMostFourSeconds) {
 
 INSTANTIATE_TEST_SUITE_P(ServerAnswers, QuitLater, ::testing::Bool());
 
-TEST_F(MacAppDelegateTest, WakeClearsTheUnavailableLatchAndSleepPushesEveryPendingBlock) {
+TEST_F(MacAppDelegateTest, WakeClearsTheUnavailableLatchActivationSyncsAndProbesAndSleepPushesEveryBlock) {
+    defaults.setString(BrowserTabs::outcomeKey, "ok example.com");
+    workspace.running = {safari};
     cloud.setAccountStatus(CloudAccountStatus::noAccount);
     launchAndWork();
     const auto checks = requests(CloudFaultInjector::Kind::accountStatus);
@@ -192,6 +182,10 @@ TEST_F(MacAppDelegateTest, WakeClearsTheUnavailableLatchAndSleepPushesEveryPendi
     scheduler.runUntilIdle();
     EXPECT_EQ(requests(CloudFaultInjector::Kind::accountStatus), checks + 1);
     EXPECT_EQ(requests(CloudFaultInjector::Kind::fetchZoneChanges), 1u);
+    delegate->applicationDidBecomeActive();
+    EXPECT_EQ(scripts.ran.size(), 1u) << "the probe runs at once";
+    scheduler.runUntilIdle();
+    EXPECT_EQ(requests(CloudFaultInjector::Kind::fetchZoneChanges), 2u);
 
     cloud.failNextRequests(1);
     activate(RunningApplication{"com.example.Other", "Other", 43});  // the editor's upload fails

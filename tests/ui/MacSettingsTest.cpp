@@ -38,7 +38,7 @@ protected:
     }
 };
 
-TEST_F(MacSettingsTest, FreshSettingsShowTheDefaultsAndPickersWriteAtOnce) {
+TEST_F(MacSettingsTest, FreshSettingsShowTheDefaultsAndPickersListAndLoginToggleWriteAtOnce) {
     auto view = makeView();
     ASSERT_EQ(view->tabs()->count(), 3);
     const auto& pickers = view->pickers();
@@ -52,6 +52,7 @@ TEST_F(MacSettingsTest, FreshSettingsShowTheDefaultsAndPickersWriteAtOnce) {
 
     // A stored value that no entry offers matches none.
     defaults.setDouble(MacSettings::idleThresholdKey, 45);
+    loginItem.enabled = true;
     view = makeView();
     EXPECT_EQ(view->pickers()[0]->currentIndex(), -1);
     EXPECT_EQ(defaults.doubleValue(MacSettings::idleThresholdKey), 45) << "left stored as it was";
@@ -64,6 +65,16 @@ TEST_F(MacSettingsTest, FreshSettingsShowTheDefaultsAndPickersWriteAtOnce) {
     ASSERT_TRUE(defaults.object(MacSettings::ignoredKey));
     EXPECT_TRUE(stored().empty());
     EXPECT_TRUE(tracker.loadIgnoredBundleIdentifiers().empty()) << "the login window is tracked now";
+
+    // The login toggle shows the real state and falls back to it when a change fails.
+    EXPECT_TRUE(view->launchAtLoginToggle()->isChecked());
+    view->launchAtLoginToggle()->setChecked(false);
+    EXPECT_FALSE(loginItem.enabled);
+    loginItem.failure = "Operation not permitted";
+    output.str("");
+    view->launchAtLoginToggle()->setChecked(true);
+    EXPECT_FALSE(view->launchAtLoginToggle()->isChecked());
+    EXPECT_EQ(output.str(), "Launch at login register failed: Operation not permitted\n");
 }
 
 TEST_F(MacSettingsTest, AddingTrimsBlanksAndKeepsCaseAndOrder) {
@@ -91,19 +102,6 @@ TEST_F(MacSettingsTest, AddingTrimsBlanksAndKeepsCaseAndOrder) {
 TEST_F(MacSettingsTest, StoredListIsShownSorted) {
     defaults.setStringArray(MacSettings::ignoredKey, {"com.b", "org.c", "com.a"});
     EXPECT_EQ(makeView()->ignored(), (std::vector<std::string>{"com.a", "com.b", "org.c"}));
-}
-
-TEST_F(MacSettingsTest, LoginToggleShowsTheRealStateAndReportsFailures) {
-    loginItem.enabled = true;
-    auto view = makeView();
-    EXPECT_TRUE(view->launchAtLoginToggle()->isChecked());
-    view->launchAtLoginToggle()->setChecked(false);
-    EXPECT_FALSE(loginItem.enabled);
-    loginItem.failure = "Operation not permitted";
-    output.str("");
-    view->launchAtLoginToggle()->setChecked(true);
-    EXPECT_FALSE(view->launchAtLoginToggle()->isChecked()) << "falls back to the actual state";
-    EXPECT_EQ(output.str(), "Launch at login register failed: Operation not permitted\n");
 }
 
 TEST_F(MacSettingsTest, PermissionRowsShowAllowedOrAGrantButton) {
