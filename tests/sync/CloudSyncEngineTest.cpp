@@ -67,7 +67,6 @@ TEST_F(Engine, OpensTheContainerOnceAndLogsToBothChannels) {
                                         "Pull: 0 changed, 0 deleted", "Pull: 0 changed, 0 deleted"));
     EXPECT_EQ(requestsOf(Kind::accountStatus), 1u);
     EXPECT_EQ(requestsOf(Kind::saveZone), 1u) << "the zone flag is remembered";
-    EXPECT_TRUE(defaults.boolValue("cloudSync.dayBlocks.zoneCreated"));
     EXPECT_EQ(systemLog.lines().front().subsystem, "app.plenda.Plenda.sync");
     EXPECT_EQ(systemLog.lines().front().category, "CloudSync");
     EXPECT_EQ(output.str().substr(0, output.str().find('\n')), "\u2601\uFE0F [SYNC] Push: nothing pending");
