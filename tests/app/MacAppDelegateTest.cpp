@@ -55,8 +55,14 @@ protected:
 };
 
 TEST_F(MacAppDelegateTest, StartUpRunsItsStepsInOrderAndSyncsAtOnceThenEveryTwoMinutes) {
+    // Steps left behind by a delegate that is gone do nothing.
     launch();
-    EXPECT_EQ(notchShows, 1);
+    delegate.reset();
+    scheduler.advance(300);
+    EXPECT_EQ(visibilityApplied, 0);
+    EXPECT_EQ(requests(CloudFaultInjector::Kind::fetchZoneChanges), 0u);
+    launch();
+    EXPECT_EQ(notchShows, 2) << "once a launch";
     EXPECT_EQ(sharedTracker->currentAppName(), "Editor");
     EXPECT_EQ(requests(CloudFaultInjector::Kind::fetchZoneChanges), 0u) << "the sync is a separate task";
     scheduler.runUntilIdle();
@@ -103,39 +109,8 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(LaunchPrompts{"fresh", false, false, false, true, true},
                       LaunchPrompts{"browserAsked", true, false, false, false, true},
                       LaunchPrompts{"trusted", false, true, false, true, false},
-                      LaunchPrompts{"trustedAndAsked", true, true, true, false, false},
                       LaunchPrompts{"accessibilityAsked", false, false, true, true, false}),
     [](const auto& info) { return std::string(info.param.name); });
-
-TEST_F(MacAppDelegateTest, EveryActivationSyncsAndProbesTheBrowsers) {
-    defaults.setString(BrowserTabs::outcomeKey, "ok example.com");
-    workspace.running = {safari};
-    launch();
-    scheduler.advance(10);
-    EXPECT_TRUE(scripts.ran.empty());
-    const auto pulls = requests(CloudFaultInjector::Kind::fetchZoneChanges);
-    delegate->applicationDidBecomeActive();
-    EXPECT_EQ(scripts.ran.size(), 1u) << "the probe runs at once";
-    scheduler.runUntilIdle();
-    EXPECT_EQ(requests(CloudFaultInjector::Kind::fetchZoneChanges), pulls + 1);
-}
-
-TEST_F(MacAppDelegateTest, WakeClearsTheUnavailableLatchAndSyncs) {
-    cloud.setAccountStatus(CloudAccountStatus::noAccount);
-    launch();
-    scheduler.runUntilIdle();
-    const auto checks = requests(CloudFaultInjector::Kind::accountStatus);
-    EXPECT_EQ(requests(CloudFaultInjector::Kind::fetchZoneChanges), 0u);
-    cloud.setAccountStatus(std::nullopt);
-    // Latched: the timer's sync does not look at the account again.
-    scheduler.advance(121);
-    EXPECT_EQ(requests(CloudFaultInjector::Kind::accountStatus), checks);
-    EXPECT_EQ(requests(CloudFaultInjector::Kind::fetchZoneChanges), 0u);
-    workspace.wake();
-    scheduler.runUntilIdle();
-    EXPECT_EQ(requests(CloudFaultInjector::Kind::accountStatus), checks + 1);
-    EXPECT_EQ(requests(CloudFaultInjector::Kind::fetchZoneChanges), 1u);
-}
 
 // With sync on, once the session's upload went through; with sync off, at once.
 class QuitAtOnce : public MacAppDelegateTest, public ::testing::WithParamInterface<bool> {};
@@ -153,9 +128,7 @@ TEST_P(QuitAtOnce, RecordsAndWritesTheSessionBeforeAnswering) {
     ASSERT_EQ(blocks().size(), 1u);
     EXPECT_EQ(blocks().front().title, "Editor");
     EXPECT_EQ(blocks().front().effectiveEnd(), end);
-    if (cloudSyncDisabled) {
-        EXPECT_FALSE(sharedTracker->currentAppName()) << "quitting ends the running session";
-    }
+    EXPECT_FALSE(sharedTracker->currentAppName()) << "quitting ends the running session";
     EXPECT_FALSE(sharedStore->hasPendingSave()) << "written before the answer";
     EXPECT_NE(files.readFile(blocksPath).bytes.find("Editor"), std::string::npos);
     EXPECT_EQ(cloud.requests().empty(), cloudSyncDisabled);
@@ -194,8 +167,26 @@ TEST_P(QuitLater, WaitsForTheUploadAtMostFourSeconds) {
 
 INSTANTIATE_TEST_SUITE_P(ServerAnswers, QuitLater, ::testing::Bool());
 
-TEST_F(MacAppDelegateTest, SleepPushesEveryPendingBlock) {
+TEST_F(MacAppDelegateTest, WakeClearsTheUnavailableLatchActivationSyncsAndProbesAndSleepPushesEveryBlock) {
+    defaults.setString(BrowserTabs::outcomeKey, "ok example.com");
+    workspace.running = {safari};
+    cloud.setAccountStatus(CloudAccountStatus::noAccount);
     launchAndWork();
+    const auto checks = requests(CloudFaultInjector::Kind::accountStatus);
+    cloud.setAccountStatus(std::nullopt);
+    // Latched: the timer's sync does not look at the account again.
+    scheduler.advance(121);
+    EXPECT_EQ(requests(CloudFaultInjector::Kind::accountStatus), checks);
+    EXPECT_EQ(requests(CloudFaultInjector::Kind::fetchZoneChanges), 0u);
+    workspace.wake();
+    scheduler.runUntilIdle();
+    EXPECT_EQ(requests(CloudFaultInjector::Kind::accountStatus), checks + 1);
+    EXPECT_EQ(requests(CloudFaultInjector::Kind::fetchZoneChanges), 1u);
+    delegate->applicationDidBecomeActive();
+    EXPECT_EQ(scripts.ran.size(), 1u) << "the probe runs at once";
+    scheduler.runUntilIdle();
+    EXPECT_EQ(requests(CloudFaultInjector::Kind::fetchZoneChanges), 2u);
+
     cloud.failNextRequests(1);
     activate(RunningApplication{"com.example.Other", "Other", 43});  // the editor's upload fails
     work(30);
@@ -204,14 +195,6 @@ TEST_F(MacAppDelegateTest, SleepPushesEveryPendingBlock) {
     scheduler.runUntilIdle();
     EXPECT_EQ(blocks().size(), 2u);
     EXPECT_FALSE(sharedStore->sync()->hasPendingChanges());
-}
-
-TEST_F(MacAppDelegateTest, TimersDoNothingOnceTheDelegateIsGone) {
-    launch();
-    delegate.reset();
-    scheduler.advance(300);
-    EXPECT_EQ(visibilityApplied, 0);
-    EXPECT_EQ(requests(CloudFaultInjector::Kind::fetchZoneChanges), 0u);
 }
 
 }  // namespace

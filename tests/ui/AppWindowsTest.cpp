@@ -54,15 +54,13 @@ protected:
 };
 
 TEST_F(AppWindowsTest, MenuPanelShowsTheTotalTheLargestTheCurrentActivityPausesAndAsksForPermissions) {
-    {
-        MenuBarContent empty(*store, tracker, scheduler, icons, commands());
-        EXPECT_EQ(empty.totalText(), "<1m");
-        EXPECT_TRUE(empty.summaryTitles().isEmpty());
-        EXPECT_EQ(empty.buttonTitles(), (QStringList{"mac.open", "mac.pause", "mac.settings", "mac.quit"}));
-    }
+    MenuBarContent panel(*store, tracker, scheduler, icons, commands());
+    EXPECT_EQ(panel.totalText(), "<1m");
+    EXPECT_TRUE(panel.summaryTitles().isEmpty());
+    EXPECT_EQ(panel.buttonTitles(), (QStringList{"mac.open", "mac.pause", "mac.settings", "mac.quit"}));
+    // The panel follows the store and the tracker on its own.
     addDay(5);
     tracker.handleActivation(xcode);
-    MenuBarContent panel(*store, tracker, scheduler, icons, commands());
     EXPECT_EQ(panel.summaryTitles(), (QStringList{"Xcode", "Safari", "Mail"}));
     EXPECT_EQ(panel.currentActivityText(), "Xcode");
     EXPECT_TRUE(panel.liveDotLit());
@@ -89,7 +87,7 @@ TEST_F(AppWindowsTest, MenuPanelShowsTheTotalTheLargestTheCurrentActivityPausesA
     EXPECT_TRUE(panel.buttonTitles().contains("mac.grant.browser"));
 }
 
-TEST_F(AppWindowsTest, NotchPanelHangsFromTheNotchAndFollowsTheHoverAndTheScreens) {
+TEST_F(AppWindowsTest, NotchPanelHangsFromTheNotchFollowsTheHoverAndTheScreensAndOffersItsButtons) {
     ListedScreens screens;
     screens.list = {plain};
     {
@@ -100,40 +98,22 @@ TEST_F(AppWindowsTest, NotchPanelHangsFromTheNotchAndFollowsTheHoverAndTheScreen
         none.reposition();
         EXPECT_EQ(none.panel(), nullptr) << "a notch connected later does not make one";
     }
-    screens.list = {plain, notched()};
-    NotchPanelController controller(screens, scheduler, commands());
-    controller.show(*store, tracker);
-    ASSERT_NE(controller.panel(), nullptr) << "the notched screen listed second is used";
-    const Frame collapsed{656, 950, 200, 32}, expanded{516, 796, 480, 186};
-    EXPECT_EQ(controller.panelFrame(), collapsed);
-    for (const bool hovering : {true, true, false}) {
-        controller.panel()->setHovering(hovering);
-        EXPECT_EQ(controller.panelFrame(), hovering ? expanded : collapsed);
-    }
-    // The screens move: the panel follows; with no notch left it stays.
-    const Frame moved{756, 950, 200, 32};
-    screens.list = {notched(100)};
-    controller.reposition();
-    EXPECT_EQ(controller.panelFrame(), moved);
-    screens.list = {plain};
-    controller.reposition();
-    EXPECT_EQ(controller.panelFrame(), moved);
-    controller.show(*store, tracker);
-    EXPECT_EQ(controller.panelFrame(), moved) << "made once, never again";
-}
-
-TEST_F(AppWindowsTest, NotchCardButtonsAndPictures) {
     addDay(7);
     tracker.handleActivation({"com.apple.dt.Xcode", "Xcode · plenda", 7});
     denied = true;
     accessibility.trusted = false;
-    ListedScreens screens;
-    screens.list = {notched()};
+    screens.list = {plain, notched()};
     NotchPanelController controller(screens, scheduler, commands());
     controller.show(*store, tracker);
+    ASSERT_NE(controller.panel(), nullptr) << "the notched screen listed second is used";
     NotchView& view = *controller.panel();
+    const Frame collapsed{656, 950, 200, 32}, expanded{516, 796, 480, 186};
+    EXPECT_EQ(controller.panelFrame(), collapsed);
     saveRender(view, "notch-collapsed.png", false);
-    view.setHovering(true);
+    for (const bool hovering : {true, true, false, true}) {
+        view.setHovering(hovering);
+        EXPECT_EQ(controller.panelFrame(), hovering ? expanded : collapsed);
+    }
     view.finishAnimation();
     std::vector<std::string> titles;
     for (NotchButton* button : view.buttons()) titles.push_back(button->title());
@@ -145,6 +125,18 @@ TEST_F(AppWindowsTest, NotchCardButtonsAndPictures) {
     tracker.setTracking(false);
     view.finishAnimation();
     saveRender(view, "notch-expanded-paused.png");
+
+    // The screens move: the panel follows; with no notch left it stays.
+    const Frame moved{756, 950, 200, 32};
+    view.setHovering(false);
+    screens.list = {notched(100)};
+    controller.reposition();
+    EXPECT_EQ(controller.panelFrame(), moved);
+    screens.list = {plain};
+    controller.reposition();
+    EXPECT_EQ(controller.panelFrame(), moved);
+    controller.show(*store, tracker);
+    EXPECT_EQ(controller.panelFrame(), moved) << "made once, never again";
 }
 
 TEST(Spring, SettlesAfterASmallOvershoot) {

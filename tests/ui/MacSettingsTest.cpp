@@ -38,10 +38,9 @@ protected:
     }
 };
 
-TEST_F(MacSettingsTest, FreshSettingsShowTheDefaultsAndPickersWriteAtOnce) {
+TEST_F(MacSettingsTest, FreshSettingsShowTheDefaultsAndPickersListAndLoginToggleWriteAtOnce) {
     auto view = makeView();
     ASSERT_EQ(view->tabs()->count(), 3);
-    EXPECT_EQ(view->tabs()->tabText(0), localized("mac.settings.general"));
     const auto& pickers = view->pickers();
     ASSERT_EQ(pickers.size(), 3u);
     EXPECT_EQ(pickers[0]->currentData().toDouble(), 300);
@@ -53,6 +52,7 @@ TEST_F(MacSettingsTest, FreshSettingsShowTheDefaultsAndPickersWriteAtOnce) {
 
     // A stored value that no entry offers matches none.
     defaults.setDouble(MacSettings::idleThresholdKey, 45);
+    loginItem.enabled = true;
     view = makeView();
     EXPECT_EQ(view->pickers()[0]->currentIndex(), -1);
     EXPECT_EQ(defaults.doubleValue(MacSettings::idleThresholdKey), 45) << "left stored as it was";
@@ -60,6 +60,21 @@ TEST_F(MacSettingsTest, FreshSettingsShowTheDefaultsAndPickersWriteAtOnce) {
     EXPECT_EQ(defaults.doubleValue(MacSettings::minimumSessionKey), 60);
     view->pickers()[1]->activated(0);
     EXPECT_EQ(defaults.doubleValue(MacSettings::mergeGapKey), 60);
+    // Removing the last entry stores an empty list rather than falling back.
+    view->removeIgnored("com.apple.loginwindow");
+    ASSERT_TRUE(defaults.object(MacSettings::ignoredKey));
+    EXPECT_TRUE(stored().empty());
+    EXPECT_TRUE(tracker.loadIgnoredBundleIdentifiers().empty()) << "the login window is tracked now";
+
+    // The login toggle shows the real state and falls back to it when a change fails.
+    EXPECT_TRUE(view->launchAtLoginToggle()->isChecked());
+    view->launchAtLoginToggle()->setChecked(false);
+    EXPECT_FALSE(loginItem.enabled);
+    loginItem.failure = "Operation not permitted";
+    output.str("");
+    view->launchAtLoginToggle()->setChecked(true);
+    EXPECT_FALSE(view->launchAtLoginToggle()->isChecked());
+    EXPECT_EQ(output.str(), "Launch at login register failed: Operation not permitted\n");
 }
 
 TEST_F(MacSettingsTest, AddingTrimsBlanksAndKeepsCaseAndOrder) {
@@ -84,50 +99,21 @@ TEST_F(MacSettingsTest, AddingTrimsBlanksAndKeepsCaseAndOrder) {
     EXPECT_EQ(view->ignored(), stored());
 }
 
-TEST_F(MacSettingsTest, ListIsSortedAndRemovingTheLoginWindowStoresAnEmptyArray) {
-    defaults.setStringArray(MacSettings::ignoredKey, {"com.b", "org.c", "com.a"});
-    auto view = makeView();
-    EXPECT_EQ(view->ignored(), (std::vector<std::string>{"com.a", "com.b", "org.c"}));
-    defaults.remove(MacSettings::ignoredKey);
-    view = makeView();
-    view->removeIgnored("com.apple.loginwindow");
-    ASSERT_TRUE(defaults.object(MacSettings::ignoredKey));
-    EXPECT_TRUE(stored().empty());
-    EXPECT_TRUE(tracker.loadIgnoredBundleIdentifiers().empty()) << "the login window is tracked now";
-}
-
-TEST_F(MacSettingsTest, LoginToggleShowsTheRealStateAndReportsFailures) {
-    loginItem.enabled = true;
-    auto view = makeView();
-    EXPECT_TRUE(view->launchAtLoginToggle()->isChecked());
-    view->launchAtLoginToggle()->setChecked(false);
-    EXPECT_FALSE(loginItem.enabled);
-    loginItem.failure = "Operation not permitted";
-    output.str("");
-    view->launchAtLoginToggle()->setChecked(true);
-    EXPECT_FALSE(view->launchAtLoginToggle()->isChecked()) << "falls back to the actual state";
-    EXPECT_EQ(output.str(), "Launch at login register failed: Operation not permitted\n");
-}
-
 TEST_F(MacSettingsTest, PermissionRowsShowAllowedOrAGrantButton) {
-    struct Case {
-        std::optional<std::string> browserOutcome;
-        bool trusted;
-        const char* browserText;
-        const char* accessibilityText;
-    };
+    // Browser outcome stored, trusted, then the two rows' texts.
+    using Case = std::tuple<std::optional<std::string>, bool, const char*, const char*>;
     const Case cases[] = {
         {std::nullopt, true, "Allowed", "Allowed"},
         {"denied -1743 com.apple.Safari", false, "mac.settings.grant.automation", "mac.settings.grant.accessibility"},
         {"ok example.com", false, "Allowed", "mac.settings.grant.accessibility"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.browserOutcome.value_or("never asked"));
-        if (c.browserOutcome) defaults.setString(BrowserTabs::outcomeKey, *c.browserOutcome);
-        accessibility.trusted = c.trusted;
+    for (const auto& [browserOutcome, trusted, browserText, accessibilityText] : cases) {
+        SCOPED_TRACE(browserOutcome.value_or("never asked"));
+        if (browserOutcome) defaults.setString(BrowserTabs::outcomeKey, *browserOutcome);
+        accessibility.trusted = trusted;
         const auto view = makeView();
-        EXPECT_EQ(view->browserPermissionText(), localized(c.browserText));
-        EXPECT_EQ(view->accessibilityPermissionText(), localized(c.accessibilityText));
+        EXPECT_EQ(view->browserPermissionText(), localized(browserText));
+        EXPECT_EQ(view->accessibilityPermissionText(), localized(accessibilityText));
         // Granting shows at the next draw.
         accessibility.trusted = true;
         view->refreshPermissions();
@@ -135,7 +121,7 @@ TEST_F(MacSettingsTest, PermissionRowsShowAllowedOrAGrantButton) {
     }
 }
 
-TEST_F(MacSettingsTest, TabPictures) {
+TEST_F(MacSettingsTest, TabPicturesWithTheStoredListSorted) {
     defaults.setStringArray(MacSettings::ignoredKey, {"com.apple.loginwindow", "com.1password.1password"});
     defaults.setString(BrowserTabs::outcomeKey, "denied -1743 com.apple.Safari");
     accessibility.trusted = false;
@@ -149,6 +135,8 @@ TEST_F(MacSettingsTest, TabPictures) {
         setForcedAppearance(appearance);
         app->setPalette(appearance == Appearance::dark ? dark : QPalette());
         const auto view = makeView();
+        EXPECT_EQ(view->ignored(), (std::vector<std::string>{"com.1password.1password", "com.apple.loginwindow"}))
+            << "shown sorted";
         for (int tab = 0; tab < 3; ++tab) {
             view->tabs()->setCurrentIndex(tab);
             const char* suffix = appearance == Appearance::dark ? "dark" : "light";
