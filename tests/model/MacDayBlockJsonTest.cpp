@@ -93,12 +93,10 @@ INSTANTIATE_TEST_SUITE_P(
         DecodeCase{"empty", "", false}),
     [](const auto& info) { return std::string(info.param.name); });
 
-TEST(BlockJson, DecodingReadsSelfAsSelfCareIntegersAsDatesAndComposesTitles) {
-    const auto block = decodeBlock(object({{"category", "\"self\""}, {"title", "\"Cafe\xCC\x81\""}}));
+TEST(BlockJson, DecodingReadsIntegersAsDatesAndComposesTitles) {
+    const auto block = decodeBlock(object({{"title", "\"Cafe\xCC\x81\""}}));
     ASSERT_TRUE(block);
-    EXPECT_EQ(block->category, MacBlockCategory::selfCare);
     EXPECT_EQ(block->createdAt, Date(700000000));
-    EXPECT_FALSE(block->startDate);
     EXPECT_EQ(block->title, "Caf\xC3\xA9");
 }
 

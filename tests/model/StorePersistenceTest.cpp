@@ -18,7 +18,6 @@ TEST_F(StorePersistence, CreationWithoutAFileStartsEmptyQuietAndPending) {
     MacActivityStore& s = makeStore();
     EXPECT_TRUE(s.blocks().empty());
     EXPECT_EQ(s.syncMessage(), "mac.sync.pending");
-    EXPECT_EQ(s.selectedDate(), scheduler.now());
     EXPECT_FALSE(s.isSyncing());
     EXPECT_TRUE(files.folders.contains("/home/user/.local/share/Plenda"));
     EXPECT_EQ(s.blocksFilePath(), blocksPath);
@@ -27,23 +26,21 @@ TEST_F(StorePersistence, CreationWithoutAFileStartsEmptyQuietAndPending) {
     EXPECT_TRUE(files.files.empty());
 }
 
-TEST_F(StorePersistence, LoadsTheFileInItsOrderAndLeavesTheFallbackAlone) {
+TEST_F(StorePersistence, TheFileWinsAndFallbackBlocksMoveIntoItOnlyOnceDecodedAndWritten) {
     const auto blocks = twoBlocks();
     files.files[blocksPath] = fileOf({blocks[1], blocks[0]});
     defaults.setData(MacActivityStore::storageKey, Data{fileOf({blocks[0]})});
     makeStore();
-    EXPECT_EQ(store->blocks(), (std::vector{blocks[1], blocks[0]}));
+    EXPECT_EQ(store->blocks(), (std::vector{blocks[1], blocks[0]})) << "in the file's order";
     EXPECT_TRUE(defaults.contains(MacActivityStore::storageKey));
     EXPECT_EQ(files.writeCount, 0);
-}
 
-TEST_F(StorePersistence, FallbackBlocksMoveIntoTheFileOnlyOnceDecodedAndWritten) {
+    files.files.clear();
     defaults.setData(MacActivityStore::storageKey, Data{"[{\"id\":1}]"});
     makeStore();
     EXPECT_TRUE(store->blocks().empty());
     EXPECT_TRUE(defaults.contains(MacActivityStore::storageKey));
 
-    const auto blocks = twoBlocks();
     defaults.setData(MacActivityStore::storageKey, Data{fileOf(blocks)});
     files.writeFailure = "No space left on device";
     makeStore();
