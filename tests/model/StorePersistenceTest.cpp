@@ -112,9 +112,8 @@ TEST_F(StorePersistence, FailedWriteKeepsThePreviousFileAndTheNextSaveRetries) {
     files.writeFailure.reset();
     EXPECT_TRUE(store->saveNow());
     EXPECT_EQ(savedBlocks(), store->blocks());
-}
 
-TEST_F(StorePersistence, NoApplicationSupportFolderMeansNoFileButAWorkingStore) {
+    // Without an application support folder there is no file, but the store works.
     files.supportDirectory.reset();
     makeStore();
     store->upsert(twoBlocks()[0]);
@@ -142,20 +141,24 @@ TEST_F(MidnightSplit, CutsAtMidnightKeepingTheIdForTheFirstPieceAndSortsByStart)
     const MacDayBlock late = makeBlock("Late", MacBlockCategory::work, at(2023, 3, 9, 9), at(2023, 3, 9, 10));
     MacDayBlock block = makeBlock("Xcode", MacBlockCategory::work, at(2023, 3, 8, 22), at(2023, 3, 9, 2), 240);
     block.blockType = "imported";
-    const auto result = splitOf({late, block});
+    // One that ends right at midnight is rewritten but not cut.
+    const MacDayBlock endsAtMidnight = makeBlock("Mail", MacBlockCategory::work, at(2023, 3, 8, 20), at(2023, 3, 9));
+    const auto result = splitOf({late, block, endsAtMidnight});
+    MacDayBlock rewritten = endsAtMidnight;
+    rewritten.modifiedAt = scheduler.now();
     MacDayBlock first = block;
     first.endDate = at(2023, 3, 9);
     first.weight = 120;
     first.modifiedAt = scheduler.now();
     MacDayBlock second = first;
-    second.id = result.at(1).id;
+    second.id = result.at(2).id;
     second.createdAt = at(2023, 3, 9);
     second.startDate = at(2023, 3, 9);
     second.endDate = block.endDate;
     second.blockType = "tracked";
     EXPECT_NE(second.id, block.id);
-    EXPECT_EQ(result, (std::vector{first, second, late}));
-    EXPECT_EQ(dirtyIDs(), (IdSet{first.id, second.id}));
+    EXPECT_EQ(result, (std::vector{rewritten, first, second, late}));
+    EXPECT_EQ(dirtyIDs(), (IdSet{rewritten.id, first.id, second.id}));
     EXPECT_EQ(*decodeBlocks(files.files.at(blocksPath)), result) << "saved at once";
     EXPECT_TRUE(defaults.boolValue("didSplitMidnightSpanningBlocks"));
 }
@@ -196,14 +199,6 @@ INSTANTIATE_TEST_SUITE_P(
         DaySpanCase{"Europe/Berlin", {2023, 10, 28, 12}, {2023, 10, 30, 12}, {12, 25, 12}},
         DaySpanCase{"America/New_York", {2023, 3, 11, 22}, {2023, 3, 13, 1}, {2, 23, 1}},
         DaySpanCase{"America/New_York", {2023, 11, 4, 18}, {2023, 11, 6, 6}, {6, 25, 6}}));
-
-TEST_F(MidnightSplit, BlockEndingExactlyAtMidnightIsRewrittenButNotCut) {
-    const MacDayBlock block = makeBlock("Mail", MacBlockCategory::work, at(2023, 3, 8, 22), at(2023, 3, 9, 0));
-    MacDayBlock expected = block;
-    expected.modifiedAt = scheduler.now();
-    EXPECT_EQ(splitOf({block}), std::vector{expected});
-    EXPECT_EQ(dirtyIDs(), IdSet{block.id});
-}
 
 TEST_F(MidnightSplit, BlocksWithoutASpanPassUntouchedAndItRunsOnlyOnce) {
     MacDayBlock noStart = makeBlock("A", MacBlockCategory::work, at(2023, 3, 8, 22), at(2023, 3, 9, 2));
