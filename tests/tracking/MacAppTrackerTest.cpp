@@ -138,26 +138,23 @@ TEST_F(Tracker, PauseCommitsKeepsTheNameAndSurvivesRestart) {
     EXPECT_TRUE(makeTracker().isTracking());
 }
 
-TEST_F(Tracker, StartTakesTheFrontAppAtOnceLaterActivationsInALaterTurn) {
+TEST_F(Tracker, StartTakesTheFrontAppAtOnceAndAnIgnoredAppOrTheSameAppAgainEndsTheSession) {
     workspace.frontmost = notes;
     startTracker();
     EXPECT_EQ(tracker->currentAppName(), "Notes");
     tracker->start(sharedStore);
     EXPECT_EQ(workspace.observerCount(), 2u) << "a second start installs no more observers";
     workspace.activate(mail);
-    EXPECT_EQ(tracker->currentAppName(), "Notes");
+    EXPECT_EQ(tracker->currentAppName(), "Notes") << "later activations arrive in a later turn";
     scheduler.runUntilIdle();
     EXPECT_EQ(tracker->currentAppName(), "Mail");
-}
 
-TEST_F(Tracker, AnIgnoredAppOrTheSameAppAgainEndsTheSessionAndAGoneStoreLeavesNoTrace) {
-    startTracker();
     use({{notes, 30}, {loginWindow, 600}, {notes, 30}, {notes, 0}});
     ASSERT_EQ(blocks().size(), 2u) << "reactivating the same app commits its session";
     EXPECT_DOUBLE_EQ(*blocks()[1].startDate - *blocks()[0].endDate, 600);
     EXPECT_EQ(tracker->sessionStartedAt(), scheduler.now()) << "and starts a new one";
     work(30);
-    sharedStore.reset();
+    sharedStore.reset();  // a gone store leaves no trace
     activate(mail);
     EXPECT_EQ(tracker->currentAppName(), "Mail");
 }
