@@ -14,7 +14,7 @@ protected:
     std::vector<MacDayBlock> savedBlocks() { return *decodeBlocks(files.files.at(blocksPath)); }
 };
 
-TEST_F(StorePersistence, CreationWithoutAFileStartsEmptyQuietAndPending) {
+TEST_F(StorePersistence, CreationWithoutAFileStartsEmptyQuietAndPendingAndSavesCollapse) {
     MacActivityStore& s = makeStore();
     EXPECT_TRUE(s.blocks().empty());
     EXPECT_EQ(s.syncMessage(), "mac.sync.pending");
@@ -24,6 +24,26 @@ TEST_F(StorePersistence, CreationWithoutAFileStartsEmptyQuietAndPending) {
     EXPECT_EQ(scheduler.pendingTasks(), 0u) << "creation starts no timer";
     EXPECT_TRUE(output.str().empty());
     EXPECT_TRUE(files.files.empty());
+
+    // Saves collapse into one write after the last call, unless saved now or destroyed.
+    for (int i = 0; i < 3; ++i) {
+        store->scheduleSave();
+        scheduler.advance(0.3);
+    }
+    EXPECT_EQ(files.writeCount, 0);
+    scheduler.advance(0.44);
+    EXPECT_EQ(files.writeCount, 0) << "0.74 s after the third call";
+    scheduler.advance(0.02);
+    EXPECT_EQ(files.writeCount, 1);
+
+    store->scheduleSave();
+    EXPECT_TRUE(store->hasPendingSave());
+    EXPECT_TRUE(store->saveNow());
+    EXPECT_FALSE(store->hasPendingSave());
+    store->scheduleSave();
+    store.reset();
+    scheduler.advance(10);
+    EXPECT_EQ(files.writeCount, 2);
 }
 
 TEST_F(StorePersistence, TheFileWinsAndFallbackBlocksMoveIntoItOnlyOnceDecodedAndWritten) {
@@ -69,28 +89,6 @@ TEST_F(StorePersistence, UndecodableFileIsKeptBesideBeforeAnySave) {
     store->saveNow();
     EXPECT_EQ(savedBlocks().size(), 1u);
     EXPECT_EQ(files.files.at(copy), broken);
-}
-
-TEST_F(StorePersistence, SavesCollapseIntoOneWriteAfterTheLastUnlessSavedNowOrDestroyed) {
-    makeStore();
-    for (int i = 0; i < 3; ++i) {
-        store->scheduleSave();
-        scheduler.advance(0.3);
-    }
-    EXPECT_EQ(files.writeCount, 0);
-    scheduler.advance(0.44);
-    EXPECT_EQ(files.writeCount, 0) << "0.74 s after the third call";
-    scheduler.advance(0.02);
-    EXPECT_EQ(files.writeCount, 1);
-
-    store->scheduleSave();
-    EXPECT_TRUE(store->hasPendingSave());
-    EXPECT_TRUE(store->saveNow());
-    EXPECT_FALSE(store->hasPendingSave());
-    store->scheduleSave();
-    store.reset();
-    scheduler.advance(10);
-    EXPECT_EQ(files.writeCount, 2);
 }
 
 TEST_F(StorePersistence, FailedWriteKeepsThePreviousFileAndTheNextSaveRetries) {
