@@ -48,7 +48,7 @@ INSTANTIATE_TEST_SUITE_P(Thresholds, MinimumLength,
                                            MinimumCase{2, 2, true}, MinimumCase{0, 4.5, false},
                                            MinimumCase{-10, 5, true}, MinimumCase{"junk", 4, false}));
 
-TEST_F(Tracker, RecordsFinishedSessionsWithCategoryAndNote) {
+TEST_F(Tracker, RecordsFinishedSessionsWithCategoryAndNoteAndAPauseCommitsTheLast) {
     defaults.set("categoryOverrides", DefaultsValue::Dictionary{{"notes", "body"}});
     startTracker();
     const Date start = scheduler.now();
@@ -61,6 +61,21 @@ TEST_F(Tracker, RecordsFinishedSessionsWithCategoryAndNote) {
     EXPECT_EQ(blocks()[0].endDate, start + 120);
     EXPECT_EQ(blocks()[1].category, MacBlockCategory::body) << "the override wins over the keywords";
     EXPECT_EQ(tracker->currentAppName(), "Mail");
+
+    // A pause commits the session and keeps the name; it survives a restart.
+    work(30);
+    const int writes = defaults.writes();
+    tracker->setTracking(true);  // already on: writes and commits nothing
+    EXPECT_EQ(defaults.writes(), writes);
+    EXPECT_EQ(blocks().size(), 2u);
+    EXPECT_TRUE(tracker->sessionStartedAt().has_value());
+    tracker->setTracking(false);
+    ASSERT_EQ(blocks().size(), 3u);
+    EXPECT_EQ(defaults.object(MacAppTracker::trackingEnabledKey), DefaultsValue(false));
+    EXPECT_EQ(tracker->currentAppName(), "Mail");  // keeps its last value
+    EXPECT_FALSE(makeTracker().isTracking()) << "the pause survives a restart";
+    defaults.set(MacAppTracker::trackingEnabledKey, 0);  // not a boolean: counts as absent
+    EXPECT_TRUE(makeTracker().isTracking());
 }
 
 TEST_F(Tracker, TitlesFromEditorProjectBrowserHostOrNothingAndOnlyBrowsersArePolled) {
@@ -117,23 +132,6 @@ INSTANTIATE_TEST_SUITE_P(
                       IgnoreCase{DefaultsValue::Array{"COM.APPLE.MAIL"}, mail, false},
                       IgnoreCase{DefaultsValue::Array{"com.apple.mail", 3}, loginWindow, true},
                       IgnoreCase{"com.apple.mail", loginWindow, true}));
-
-TEST_F(Tracker, PauseCommitsKeepsTheNameAndSurvivesRestart) {
-    startTracker();
-    use({{notes, 30}});
-    const int writes = defaults.writes();
-    tracker->setTracking(true);  // already on: writes and commits nothing
-    EXPECT_EQ(defaults.writes(), writes);
-    EXPECT_TRUE(blocks().empty());
-    EXPECT_TRUE(tracker->sessionStartedAt().has_value());
-    tracker->setTracking(false);
-    ASSERT_EQ(blocks().size(), 1u);
-    EXPECT_EQ(defaults.object(MacAppTracker::trackingEnabledKey), DefaultsValue(false));
-    EXPECT_EQ(tracker->currentAppName(), "Notes");  // keeps its last value
-    EXPECT_FALSE(makeTracker().isTracking()) << "the pause survives a restart";
-    defaults.set(MacAppTracker::trackingEnabledKey, 0);  // not a boolean: counts as absent
-    EXPECT_TRUE(makeTracker().isTracking());
-}
 
 TEST_F(Tracker, StartTakesTheFrontAppAtOnceAndAnIgnoredAppOrTheSameAppAgainEndsTheSession) {
     workspace.frontmost = notes;
