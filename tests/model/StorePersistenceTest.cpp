@@ -46,7 +46,7 @@ TEST_F(StorePersistence, CreationWithoutAFileStartsEmptyQuietAndPendingAndSavesC
     EXPECT_EQ(files.writeCount, 2);
 }
 
-TEST_F(StorePersistence, TheFileWinsAndFallbackBlocksMoveIntoItOnlyOnceDecodedAndWritten) {
+TEST_F(StorePersistence, LoadingPrefersTheFileMovesFallbackBlocksOnceWrittenAndKeepsABrokenFileBeside) {
     const auto blocks = twoBlocks();
     files.files[blocksPath] = fileOf({blocks[1], blocks[0]});
     defaults.setData(MacActivityStore::storageKey, Data{fileOf({blocks[0]})});
@@ -72,9 +72,8 @@ TEST_F(StorePersistence, TheFileWinsAndFallbackBlocksMoveIntoItOnlyOnceDecodedAn
     EXPECT_EQ(store->blocks(), blocks);
     EXPECT_EQ(savedBlocks(), blocks);
     EXPECT_FALSE(defaults.contains(MacActivityStore::storageKey));
-}
 
-TEST_F(StorePersistence, UndecodableFileIsKeptBesideBeforeAnySave) {
+    // A file that cannot be decoded is copied beside before any save.
     const std::string broken = "[{\"id\":\"E621E1F8-C36C-495A-93FC-0C247A3E6E5F\",\"title\":\"Xcode\"";
     files.files[blocksPath] = broken;
     makeStore();
