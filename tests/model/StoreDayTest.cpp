@@ -62,6 +62,8 @@ protected:
 };
 
 TEST_F(DayQueries, BlocksAndTotalsBelongToTheDayTheyStartOn) {
+    int changes = 0;
+    const Subscription subscription = store->observe([&] { ++changes; });
     EXPECT_EQ(store->todayMinutes(), 0);
     EXPECT_EQ(store->selectedDayMinutes(), 0);
     EXPECT_FALSE(store->earliestBlockDate());
@@ -84,6 +86,13 @@ TEST_F(DayQueries, BlocksAndTotalsBelongToTheDayTheyStartOn) {
     EXPECT_DOUBLE_EQ(store->selectedDayMinutes(), 180);
     EXPECT_DOUBLE_EQ(store->todayMinutes(), 45);
     EXPECT_EQ(store->earliestBlockDate(), at(2023, 3, 6, 23));
+
+    MacDayBlock renamed = morning;
+    renamed.title = "Mail again";
+    store->upsert(renamed);
+    EXPECT_EQ(store->blocks().size(), 6u) << "the same id replaces";
+    EXPECT_EQ(store->blocks().back(), renamed) << "and goes to the end";
+    EXPECT_EQ(changes, 8) << "observers hear every upsert and the day shift";
 }
 
 struct ShiftCase {
@@ -134,47 +143,30 @@ TEST_F(DayQueries, RecategorisingTouchesOnlyTheSelectedDayAndTeachesAnOverride) 
     EXPECT_EQ(savedAfterDebounce(), store->blocks());
 }
 
-TEST_F(DayQueries, EditsMatchingNoBlockChangeNoBlock) {
-    add("Mail", C::work, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
-    scheduler.advance(1);
+TEST_F(DayQueries, EditsMatchingNoBlockChangeNothingDeletingMovesIdsFromDirtyToPendingDelete) {
+    const auto a = add("Mail", C::work, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
+    const auto b = add("Mail", C::work, at(2023, 3, 8, 9), at(2023, 3, 8, 9, 30));
+    const auto otherDay = add("Mail", C::work, at(2023, 3, 7, 8), at(2023, 3, 7, 9));
+    const auto otherCategory = add("Mail", C::social, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
+    scheduler.advance(1);  // the setup's save has run: only the edit can save again
+    const auto before = store->blocks();
     const int writes = defaults.writes();
     store->changeCategory("Mail", C::work, C::work);
     changeCategory(*store, MacActivitySummary{"__other", "Mail", C::work, 0, 0, {}, {}, true}, C::mind);
     EXPECT_EQ(defaults.writes(), writes) << "same category, or the aggregate of small activities";
-
     store->changeCategory("Figma", C::work, C::mind);
     EXPECT_EQ(categoryOverride(defaults, "Figma"), C::mind) << "learnt even without a block to change";
     store->deleteSummary("Other", C::chores);
     store->deleteSummary("Mail", C::mind);
-    EXPECT_EQ(store->blocks().size(), 1u);
-    EXPECT_EQ(store->blocks()[0].category, C::work);
+    EXPECT_EQ(store->blocks(), before);
     EXPECT_TRUE(pendingDeleteIDs().empty());
     EXPECT_FALSE(store->hasPendingSave());
-}
-
-TEST_F(DayQueries, DeletingMovesIdsFromDirtyToPendingDelete) {
-    const auto a = add("Mail", C::work, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
-    const auto b = add("Mail", C::work, at(2023, 3, 8, 9), at(2023, 3, 8, 9, 30));
-    const auto otherDay = add("Mail", C::work, at(2023, 3, 7, 8), at(2023, 3, 7, 9));
-    const auto otherCategory = add("Mail", C::mind, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
-    scheduler.advance(1);  // the setup's save has run: only the edit can save again
 
     store->deleteSummary("Mail", C::work);
     EXPECT_EQ(store->blocks(), (std::vector{otherDay, otherCategory}));
     EXPECT_EQ(pendingDeleteIDs(), (IdSet{a.id, b.id}));
     EXPECT_EQ(dirtyIDs(), (IdSet{otherDay.id, otherCategory.id}));
     EXPECT_EQ(savedAfterDebounce(), store->blocks());
-}
-
-TEST_F(DayQueries, ObserversHearEveryChange) {
-    int changes = 0;
-    const Subscription subscription = store->observe([&] { ++changes; });
-    add("Mail", C::work, at(2023, 3, 8, 8), at(2023, 3, 8, 9));
-    store->shiftSelectedDate(-1);
-    store->shiftSelectedDate(1);
-    store->changeCategory("Mail", C::work, C::chores);
-    store->deleteSummary("Mail", C::chores);
-    EXPECT_EQ(changes, 5);
 }
 
 // Sessions after an Xcode/work block of 9:00-10:00.
@@ -234,59 +226,43 @@ INSTANTIATE_TEST_SUITE_P(
                       MergeCase{"blockEndsAfterTheStart", "Xcode", C::work, -1, 0, 30, 0, false}),
     [](const auto& info) { return std::string(info.param.name); });
 
-TEST_F(DayQueries, ANewBlockWaitsForTheCloud) {
+// The sessions that fall outside the merge rule, each under its own title.
+TEST_F(DayQueries, EdgesOfTheMergeRuleAndANewBlockWaitingForTheCloud) {
     store->recordSession("Safari", C::mind, at(2023, 3, 8, 10), at(2023, 3, 8, 10, 30), std::nullopt);
     EXPECT_EQ(store->syncMessage(), "mac.sync.pending");
-    scheduler.runUntilIdle();
-    EXPECT_EQ(store->syncMessage(), "mac.sync.local") << "the block is still waiting for the cloud";
-}
+    // Never across midnight.
+    add("Film", C::work, at(2023, 3, 8, 23), at(2023, 3, 8, 23, 59));
+    store->recordSession("Film", C::work, at(2023, 3, 9, 0, 1), at(2023, 3, 9, 0, 30), std::nullopt);
+    EXPECT_EQ(store->blocks().size(), 3u);
 
-TEST_F(DayQueries, NeverMergesAcrossMidnight) {
-    store->upsert(makeBlock("Xcode", C::work, at(2023, 3, 8, 23), at(2023, 3, 8, 23, 59)));
-    store->recordSession("Xcode", C::work, at(2023, 3, 9, 0, 1), at(2023, 3, 9, 0, 30), std::nullopt);
-    EXPECT_EQ(store->blocks().size(), 2u);
-}
-
-TEST_F(DayQueries, BackwardsSessionAddsNoWeight) {
-    const MacDayBlock block = add("Xcode", C::work, at(2023, 3, 8, 9), at(2023, 3, 8, 10));
+    // A backwards session adds no weight and the later of the two ends stays.
+    const MacDayBlock xcode = add("Xcode", C::work, at(2023, 3, 8, 9), at(2023, 3, 8, 10));
     store->recordSession("Xcode", C::work, at(2023, 3, 8, 10, 2), at(2023, 3, 8, 9, 30), std::nullopt);
-    ASSERT_EQ(store->blocks().size(), 1u);
-    EXPECT_DOUBLE_EQ(store->blocks()[0].weight, 60);
-    EXPECT_EQ(store->blocks()[0].endDate, block.endDate) << "the later of the two ends";
-
+    ASSERT_EQ(store->blocks().size(), 4u);
+    EXPECT_DOUBLE_EQ(store->blocks()[3].weight, 60);
+    EXPECT_EQ(store->blocks()[3].endDate, xcode.endDate);
     store->recordSession("Notes", C::mind, at(2023, 3, 8, 11), at(2023, 3, 8, 10), std::nullopt);
-    ASSERT_EQ(store->blocks().size(), 2u);
-    EXPECT_EQ(store->blocks()[1].weight, 0);
-    EXPECT_EQ(store->blocks()[1].endDate, at(2023, 3, 8, 10));
-}
+    ASSERT_EQ(store->blocks().size(), 5u);
+    EXPECT_EQ(store->blocks()[4].weight, 0);
+    EXPECT_EQ(store->blocks()[4].endDate, at(2023, 3, 8, 10));
 
-TEST_F(DayQueries, OnATieTheEarlierBlockInTheListIsExtended) {
-    const MacDayBlock first = makeBlock("Xcode", C::work, at(2023, 3, 8, 9), at(2023, 3, 8, 10));
-    const MacDayBlock second = makeBlock("Xcode", C::work, at(2023, 3, 8, 9, 30), at(2023, 3, 8, 10));
-    store->upsert(first);
-    store->upsert(second);
-    store->recordSession("Xcode", C::work, at(2023, 3, 8, 10, 1), at(2023, 3, 8, 10, 11), std::nullopt);
-    EXPECT_EQ(store->blocks()[0].endDate, at(2023, 3, 8, 10, 11));
-    EXPECT_EQ(store->blocks()[1], second);
-}
+    // On a tie the earlier block in the list is extended.
+    add("Mail", C::work, at(2023, 3, 8, 9), at(2023, 3, 8, 10));
+    const MacDayBlock second = add("Mail", C::work, at(2023, 3, 8, 9, 30), at(2023, 3, 8, 10));
+    store->recordSession("Mail", C::work, at(2023, 3, 8, 10, 1), at(2023, 3, 8, 10, 11), std::nullopt);
+    EXPECT_EQ(store->blocks()[5].endDate, at(2023, 3, 8, 10, 11));
+    EXPECT_EQ(store->blocks()[6], second);
 
-TEST_F(DayQueries, LatestCandidateWithoutEndMakesANewBlock) {
-    add("Xcode", C::work, at(2023, 3, 8, 9), at(2023, 3, 8, 10));
-    MacDayBlock synced = makeBlock("Xcode", C::work, at(2023, 3, 8, 10, 1), at(2023, 3, 8, 10, 1));
+    // The latest candidate has no end: the session makes a new block.
+    add("Code", C::work, at(2023, 3, 8, 9), at(2023, 3, 8, 10));
+    MacDayBlock synced = makeBlock("Code", C::work, at(2023, 3, 8, 10, 1), at(2023, 3, 8, 10, 1));
     synced.endDate.reset();
     store->upsert(synced);
-    store->recordSession("Xcode", C::work, at(2023, 3, 8, 10, 2), at(2023, 3, 8, 10, 30), std::nullopt);
-    EXPECT_EQ(store->blocks().size(), 3u);
-}
+    store->recordSession("Code", C::work, at(2023, 3, 8, 10, 2), at(2023, 3, 8, 10, 30), std::nullopt);
+    EXPECT_EQ(store->blocks().size(), 10u);
 
-TEST_F(DayQueries, UpsertReplacesTheBlockWithTheSameIdAtTheEnd) {
-    MacDayBlock a = makeBlock("A", C::work, at(2023, 3, 8, 9), at(2023, 3, 8, 10));
-    const MacDayBlock b = makeBlock("B", C::work, at(2023, 3, 8, 10), at(2023, 3, 8, 11));
-    store->upsert(a);
-    store->upsert(b);
-    a.title = "A2";
-    store->upsert(a);
-    EXPECT_EQ(store->blocks(), (std::vector{b, a}));
+    scheduler.runUntilIdle();
+    EXPECT_EQ(store->syncMessage(), "mac.sync.local") << "the blocks are still waiting for the cloud";
 }
 
 }  // namespace

@@ -48,7 +48,7 @@ INSTANTIATE_TEST_SUITE_P(Thresholds, MinimumLength,
                                            MinimumCase{2, 2, true}, MinimumCase{0, 4.5, false},
                                            MinimumCase{-10, 5, true}, MinimumCase{"junk", 4, false}));
 
-TEST_F(Tracker, RecordsFinishedSessionsWithCategoryAndNote) {
+TEST_F(Tracker, RecordsFinishedSessionsWithCategoryAndNoteAndAPauseCommitsTheLast) {
     defaults.set("categoryOverrides", DefaultsValue::Dictionary{{"notes", "body"}});
     startTracker();
     const Date start = scheduler.now();
@@ -61,9 +61,24 @@ TEST_F(Tracker, RecordsFinishedSessionsWithCategoryAndNote) {
     EXPECT_EQ(blocks()[0].endDate, start + 120);
     EXPECT_EQ(blocks()[1].category, MacBlockCategory::body) << "the override wins over the keywords";
     EXPECT_EQ(tracker->currentAppName(), "Mail");
+
+    // A pause commits the session and keeps the name; it survives a restart.
+    work(30);
+    const int writes = defaults.writes();
+    tracker->setTracking(true);  // already on: writes and commits nothing
+    EXPECT_EQ(defaults.writes(), writes);
+    EXPECT_EQ(blocks().size(), 2u);
+    EXPECT_TRUE(tracker->sessionStartedAt().has_value());
+    tracker->setTracking(false);
+    ASSERT_EQ(blocks().size(), 3u);
+    EXPECT_EQ(defaults.object(MacAppTracker::trackingEnabledKey), DefaultsValue(false));
+    EXPECT_EQ(tracker->currentAppName(), "Mail");  // keeps its last value
+    EXPECT_FALSE(makeTracker().isTracking()) << "the pause survives a restart";
+    defaults.set(MacAppTracker::trackingEnabledKey, 0);  // not a boolean: counts as absent
+    EXPECT_TRUE(makeTracker().isTracking());
 }
 
-TEST_F(Tracker, EditorProjectAndBrowserHostMakeTheTitleAndOnlyBrowsersArePolled) {
+TEST_F(Tracker, TitlesFromEditorProjectBrowserHostOrNothingAndOnlyBrowsersArePolled) {
     accessibility.setTitle(vscode.processIdentifier, "● main.rs — api");
     chromeShows("https://www.example.org/page");
     startTracker();
@@ -80,16 +95,13 @@ TEST_F(Tracker, EditorProjectAndBrowserHostMakeTheTitleAndOnlyBrowsersArePolled)
     const auto runs = scripts.ran.size();
     work(100);
     EXPECT_EQ(scripts.ran.size(), runs);
-}
 
-TEST_F(Tracker, ApplicationWithoutNameOrIdentifier) {
-    startTracker();
     activate(RunningApplication{std::nullopt, std::nullopt, 7});
     EXPECT_EQ(tracker->currentAppName(), "Unknown App");
     work(10);
-    activate(notes);
-    ASSERT_EQ(blocks().size(), 1u);
-    EXPECT_EQ(blocks()[0].title, "Unknown App");
+    activate(mail);
+    ASSERT_FALSE(blocks().empty());
+    EXPECT_EQ(blocks().back().title, "Unknown App");
     // With no identifier of its own either, an absent one counts as its own: ignored.
     workspace.ownIdentifier.reset();
     activate(RunningApplication{std::nullopt, "Helper", 9});
@@ -121,43 +133,23 @@ INSTANTIATE_TEST_SUITE_P(
                       IgnoreCase{DefaultsValue::Array{"com.apple.mail", 3}, loginWindow, true},
                       IgnoreCase{"com.apple.mail", loginWindow, true}));
 
-TEST_F(Tracker, PauseCommitsKeepsTheNameAndSurvivesRestart) {
-    startTracker();
-    use({{notes, 30}});
-    const int writes = defaults.writes();
-    tracker->setTracking(true);  // already on: writes and commits nothing
-    EXPECT_EQ(defaults.writes(), writes);
-    EXPECT_TRUE(blocks().empty());
-    EXPECT_TRUE(tracker->sessionStartedAt().has_value());
-    tracker->setTracking(false);
-    ASSERT_EQ(blocks().size(), 1u);
-    EXPECT_EQ(defaults.object(MacAppTracker::trackingEnabledKey), DefaultsValue(false));
-    EXPECT_EQ(tracker->currentAppName(), "Notes");  // keeps its last value
-    EXPECT_FALSE(makeTracker().isTracking()) << "the pause survives a restart";
-    defaults.set(MacAppTracker::trackingEnabledKey, 0);  // not a boolean: counts as absent
-    EXPECT_TRUE(makeTracker().isTracking());
-}
-
-TEST_F(Tracker, StartTakesTheFrontAppAtOnceLaterActivationsInALaterTurn) {
+TEST_F(Tracker, StartTakesTheFrontAppAtOnceAndAnIgnoredAppOrTheSameAppAgainEndsTheSession) {
     workspace.frontmost = notes;
     startTracker();
     EXPECT_EQ(tracker->currentAppName(), "Notes");
     tracker->start(sharedStore);
     EXPECT_EQ(workspace.observerCount(), 2u) << "a second start installs no more observers";
     workspace.activate(mail);
-    EXPECT_EQ(tracker->currentAppName(), "Notes");
+    EXPECT_EQ(tracker->currentAppName(), "Notes") << "later activations arrive in a later turn";
     scheduler.runUntilIdle();
     EXPECT_EQ(tracker->currentAppName(), "Mail");
-}
 
-TEST_F(Tracker, AnIgnoredAppOrTheSameAppAgainEndsTheSessionAndAGoneStoreLeavesNoTrace) {
-    startTracker();
     use({{notes, 30}, {loginWindow, 600}, {notes, 30}, {notes, 0}});
     ASSERT_EQ(blocks().size(), 2u) << "reactivating the same app commits its session";
     EXPECT_DOUBLE_EQ(*blocks()[1].startDate - *blocks()[0].endDate, 600);
     EXPECT_EQ(tracker->sessionStartedAt(), scheduler.now()) << "and starts a new one";
     work(30);
-    sharedStore.reset();
+    sharedStore.reset();  // a gone store leaves no trace
     activate(mail);
     EXPECT_EQ(tracker->currentAppName(), "Mail");
 }
@@ -199,7 +191,7 @@ INSTANTIATE_TEST_SUITE_P(Thresholds, IdleThreshold,
                                            ThresholdCase{60, 75, true}, ThresholdCase{0, 299, false},
                                            ThresholdCase{-5, 299, false}, ThresholdCase{-5, 300, true}));
 
-TEST_F(Idle, InputAfterIdleStartsSessionAtTheTick) {
+TEST_F(Idle, InputAfterIdleStartsSessionAtTheTickEvenAcrossAResume) {
     defaults.set(MacAppTracker::idleThresholdKey, 60);
     startTracker();
     activate(notes);
@@ -209,8 +201,13 @@ TEST_F(Idle, InputAfterIdleStartsSessionAtTheTick) {
     activate(mail);  // the user switched apps; dropped while idle
     EXPECT_EQ(tracker->sessionStartedAt(), std::nullopt);
     idleClock.touch();
-    scheduler.advance(2);
+    scheduler.advance(1);
     EXPECT_TRUE(tracker->isIdle());  // noticed only at the tick
+    tracker->setTracking(false);
+    scheduler.advance(1);
+    tracker->setTracking(true);
+    EXPECT_TRUE(tracker->isIdle()) << "a resume does not read the input either";
+    EXPECT_EQ(tracker->sessionStartedAt(), std::nullopt);
     const Date before = scheduler.now();
     scheduler.advance(MacAppTracker::idleCheckInterval);
     EXPECT_FALSE(tracker->isIdle());
@@ -218,23 +215,6 @@ TEST_F(Idle, InputAfterIdleStartsSessionAtTheTick) {
     ASSERT_TRUE(tracker->sessionStartedAt());
     EXPECT_GT(*tracker->sessionStartedAt(), before);
     EXPECT_DOUBLE_EQ(std::fmod(*tracker->sessionStartedAt() - before, 20.0), 18);
-}
-
-TEST_F(Idle, StaleIdleStateAfterResumeWaitsForTheTick) {
-    defaults.set(MacAppTracker::idleThresholdKey, 60);
-    startTracker();
-    activate(notes);
-    scheduler.advance(80);
-    ASSERT_TRUE(tracker->isIdle());
-    tracker->setTracking(false);
-    idleClock.touch();
-    scheduler.advance(3);
-    tracker->setTracking(true);
-    EXPECT_TRUE(tracker->isIdle());
-    EXPECT_EQ(tracker->sessionStartedAt(), std::nullopt);
-    scheduler.advance(20);
-    EXPECT_FALSE(tracker->isIdle());
-    EXPECT_TRUE(tracker->sessionStartedAt().has_value());
 }
 
 TEST_F(Idle, StopsTheBrowserPollSoOnlyTheCheckTicksEveryTwentySeconds) {
