@@ -6,6 +6,8 @@
 #include "platform/IdleClock.h"
 #include "tracking/CategoryRules.h"
 
+#include <cmath>
+
 namespace plenda {
 
 MacAppTracker::MacAppTracker(Dependencies dependencies)
@@ -82,7 +84,7 @@ void MacAppTracker::handleActivation(const RunningApplication& app) {
     }
     setCurrentAppName(displayTitle());
     // Taken after the title sources, which may have waited on a consent prompt.
-    sessionStartedAt_ = clock_.now();
+    startSessionClock(clock_.now());
     updateBrowserPolling(id);
 }
 
@@ -98,7 +100,22 @@ bool MacAppTracker::isLongEnough(double duration) const {
     return minimum > 0 ? duration >= minimum : duration >= defaultMinimumSession;
 }
 
+void MacAppTracker::startSessionClock(Date now) {
+    sessionStartedAt_ = now;
+    sessionStartedMonotonic_ = clock_.monotonicSeconds();
+}
+
+double MacAppTracker::wallClockJump() const {
+    if (!sessionStartedAt_) return 0;
+    const double jump =
+        (clock_.now() - *sessionStartedAt_) - (clock_.monotonicSeconds() - sessionStartedMonotonic_);
+    return std::abs(jump) > clockJumpLimit ? jump : 0;
+}
+
 void MacAppTracker::commitSession(Date end) {
+    // Back to the wall time the session started in, so it holds only the time
+    // that passed.
+    end = end - wallClockJump();
     if (sessionStartedAt_ && currentAppName_ && isLongEnough(end - *sessionStartedAt_)) {
         const std::string& title = *currentAppName_;
         auto category = categoryOverride(defaults_, title);
@@ -154,7 +171,7 @@ void MacAppTracker::pollBrowser() {
     const Date now = clock_.now();
     commitSession(now);
     currentHost_ = host;
-    sessionStartedAt_ = now;
+    startSessionClock(now);
     currentBundleIdentifier_ = browser;
     setCurrentAppName(*host);
 }
@@ -168,6 +185,13 @@ void MacAppTracker::startIdleTimer() {
 
 void MacAppTracker::checkIdle() {
     if (!isTracking_) return;
+    if (wallClockJump() != 0) {
+        // The session ends at the jump and goes on from the new wall time.
+        const std::optional<std::string> bundleIdentifier = currentBundleIdentifier_;
+        commitSession(clock_.now());
+        currentBundleIdentifier_ = bundleIdentifier;
+        startSessionClock(clock_.now());
+    }
     const double idle = idleClock_.secondsSinceLastInput();
     const double stored = defaults_.doubleValue(idleThresholdKey);
     const double threshold = stored > 0 ? stored : defaultIdleThreshold;

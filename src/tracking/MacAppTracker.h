@@ -53,6 +53,8 @@ public:
     static constexpr double idleCheckInterval = 20;
     static constexpr double timerTolerance = 5;
     static constexpr double defaultMinimumSession = 5;
+    // A wall clock that moved this much more (or less) than time passed was set.
+    static constexpr double clockJumpLimit = 60;
     static constexpr double defaultIdleThreshold = 300;
 
     explicit MacAppTracker(Dependencies dependencies);
@@ -92,6 +94,10 @@ public:
     bool isBrowserPolling() const { return browserPollTimer_.has_value(); }
 
 private:
+    void startSessionClock(Date now);
+    // How far the wall clock was set since the session began; 0 for drift
+    // within clockJumpLimit.
+    double wallClockJump() const;
     std::string displayTitle() const;
     bool isLongEnough(double duration) const;
     void handleWillSleep();
@@ -118,6 +124,7 @@ private:
     std::optional<std::string> currentHost_;
     std::optional<std::string> currentProject_;
     std::optional<Date> sessionStartedAt_;
+    double sessionStartedMonotonic_ = 0;
     std::vector<Subscription> observerTokens_;
     std::optional<TaskHandle> browserPollTimer_;
     bool isIdle_ = false;

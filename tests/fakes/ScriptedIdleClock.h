@@ -8,22 +8,23 @@
 namespace plenda {
 
 // Idle time on a (virtual) clock: the seconds since the last `touch`, or none
-// at all while the user keeps working.
+// at all while the user keeps working. Like the system's, it counts time that
+// passed, not what the wall clock says.
 class ScriptedIdleClock final : public IdleClock {
 public:
-    explicit ScriptedIdleClock(const Clock& clock) : clock_(clock), lastInput_(clock.now()) {}
+    explicit ScriptedIdleClock(const Clock& clock) : clock_(clock), lastInput_(clock.monotonicSeconds()) {}
 
-    double secondsSinceLastInput() const override { return lastInput_ ? clock_.now() - *lastInput_ : 0; }
+    double secondsSinceLastInput() const override { return lastInput_ ? clock_.monotonicSeconds() - *lastInput_ : 0; }
     // Input happened now.
-    void touch() { lastInput_ = clock_.now(); }
+    void touch() { lastInput_ = clock_.monotonicSeconds(); }
     // The last input lies `seconds` before now.
-    void setIdleSeconds(double seconds) { lastInput_ = clock_.now() - seconds; }
+    void setIdleSeconds(double seconds) { lastInput_ = clock_.monotonicSeconds() - seconds; }
     // Input all the time from now on.
     void keepWorking() { lastInput_.reset(); }
 
 private:
     const Clock& clock_;
-    std::optional<Date> lastInput_;
+    std::optional<double> lastInput_;
 };
 
 }  // namespace plenda

@@ -2,7 +2,7 @@
 
 namespace plenda {
 
-Date VirtualScheduler::now() const { return now_; }
+Date VirtualScheduler::now() const { return now_ + wallOffset_; }
 
 TaskHandle VirtualScheduler::schedule(Date due, Task task, double interval, bool timer) {
     TaskHandle handle([] {});
@@ -10,21 +10,22 @@ TaskHandle VirtualScheduler::schedule(Date due, Task task, double interval, bool
     return handle;
 }
 
-void VirtualScheduler::post(Task task) { schedule(now(), std::move(task), 0, false); }
+void VirtualScheduler::post(Task task) { schedule(now_, std::move(task), 0, false); }
 
-void VirtualScheduler::runOnWorker(Task task) { schedule(now(), std::move(task), 0, false); }
+void VirtualScheduler::runOnWorker(Task task) { schedule(now_, std::move(task), 0, false); }
 
 TaskHandle VirtualScheduler::after(double seconds, Task task) {
-    return schedule(now() + std::max(0.0, seconds), std::move(task), 0, true);
+    return schedule(now_ + std::max(0.0, seconds), std::move(task), 0, true);
 }
 
 TaskHandle VirtualScheduler::repeating(double interval, double, Task task) {
-    return schedule(now() + interval, std::move(task), interval, true);
+    return schedule(now_ + interval, std::move(task), interval, true);
 }
 
 void VirtualScheduler::advance(double seconds) { advanceTo(now() + std::max(0.0, seconds)); }
 
-void VirtualScheduler::advanceTo(Date target) {
+void VirtualScheduler::advanceTo(Date wallTarget) {
+    const Date target = wallTarget - wallOffset_;
     while (!queue_.empty() && queue_.begin()->first.first <= target.seconds) {
         const auto first = queue_.begin();
         now_ = std::max(now_, Date(first->first.first));

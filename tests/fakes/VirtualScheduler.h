@@ -18,11 +18,14 @@ public:
     explicit VirtualScheduler(Date start = Date(700000000)) : now_(start) {}
 
     Date now() const override;
+    double monotonicSeconds() const override { return now_.seconds; }
     void post(Task task) override;
     TaskHandle after(double seconds, Task task) override;
     TaskHandle repeating(double interval, double tolerance, Task task) override;
     void runOnWorker(Task task) override;
 
+    // Sets the wall clock forward (or back) without time passing.
+    void jumpWallClock(double seconds) { wallOffset_ += seconds; }
     // Runs everything due within the next `seconds`, moving the clock along.
     void advance(double seconds);
     void advanceTo(Date date);
@@ -43,7 +46,8 @@ private:
 
     TaskHandle schedule(Date due, Task task, double interval, bool timer);
 
-    Date now_;
+    Date now_;  // the clock that time moves; now() adds the wall clock's jumps
+    double wallOffset_ = 0;
     std::uint64_t sequence_ = 0;
     std::uint64_t timerFirings_ = 0;
     std::map<Key, Entry> queue_;

@@ -248,5 +248,29 @@ TEST_F(Tracker, SleepCommitsSavesAtOnceKeepsTheTitleAndSilencesThePoll) {
     EXPECT_EQ(scripts.ran.size(), runs);
 }
 
+TEST_F(Tracker, AWallClockJumpEndsTheRunningSessionWithOnlyTheTimeThatPassed) {
+    for (const double jump : {3 * 3600.0, -3 * 3600.0}) {
+        SCOPED_TRACE(jump);
+        files.files.clear();
+        startTracker();
+        activate(notes);
+        const Date start = scheduler.now();
+        work(12);
+        scheduler.jumpWallClock(jump);
+        work(30);
+        activate(mail);
+        // Cut at the check that saw the jump: a block before it and one after.
+        ASSERT_EQ(blocks().size(), 2u);
+        double minutes = 0;
+        for (const MacDayBlock& block : blocks()) {
+            EXPECT_EQ(block.title, "Notes");
+            EXPECT_LE(*block.endDate - *block.startDate, 32) << "no session is credited with time that did not pass";
+            minutes += block.weight;
+        }
+        EXPECT_EQ(blocks().front().startDate, start);
+        EXPECT_NEAR(minutes, 42.0 / 60, 1e-9);
+    }
+}
+
 }  // namespace
 }  // namespace plenda

@@ -10,4 +10,9 @@ Date SystemClock::now() const {
     return Date::fromUnixSeconds(sinceEpoch.count());
 }
 
+double SystemClock::monotonicSeconds() const {
+    using namespace std::chrono;
+    return duration<double>(steady_clock::now().time_since_epoch()).count();
+}
+
 }  // namespace plenda

@@ -7,6 +7,7 @@ namespace plenda {
 class SystemClock final : public Clock {
 public:
     Date now() const override;
+    double monotonicSeconds() const override;
 };
 
 }  // namespace plenda
