@@ -5,12 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include <QFile>
 #include <QTemporaryDir>
 
 #include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <fstream>
 #include <optional>
 #include <random>
 #include <set>
@@ -71,14 +71,13 @@ TEST(CrashSafety, KilledMidSaveTheFileStillHoldsTheLastCompletedSave) {
                                               std::chrono::microseconds(microseconds(random)), kills % 5 != 0);
         killsWithSaves += lastSave.has_value();
 
-        std::ifstream in(path, std::ios::binary);
-        if (!in) {
+        QFile file(QString::fromStdString(path));
+        if (!file.open(QIODevice::ReadOnly)) {
             ASSERT_FALSE(lastSave) << "a save completed but there is no file";
             continue;
         }
-        const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
         std::string error;
-        const auto blocks = decodeBlocks(bytes, &error);
+        const auto blocks = decodeBlocks(file.readAll().toStdString(), &error);
         ASSERT_TRUE(blocks) << "after kill " << kills << ": " << error;
 
         std::set<std::string> titles;

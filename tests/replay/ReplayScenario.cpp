@@ -22,7 +22,6 @@
 #include <cmath>
 #include <cstdio>
 #include <functional>
-#include <iomanip>
 #include <map>
 #include <sstream>
 
@@ -57,11 +56,7 @@ public:
         const auto value = field(name);
         if (!value || !value->is_number()) refuse(name, "must be a number");
         const double number = double(*value);
-        if (!(number >= lowest && number <= highest)) {
-            std::ostringstream message;
-            message << std::setprecision(12) << "must lie between " << lowest << " and " << highest;
-            refuse(name, message.str());
-        }
+        if (!(number >= lowest && number <= highest)) refuse(name, "is out of range");
         return number;
     }
     // A whole number that fits a process id or an error code.
@@ -129,7 +124,6 @@ public:
             scheduler.advanceTo(start);
             return;
         }
-        if (first) scheduler.advanceTo(start);
         const Date when = start + event.number("at", 0, longestScenario);
         if (when < scheduler.now()) throw ScenarioError("\"at\" goes back in time");
         scheduler.advanceTo(when);
