@@ -110,7 +110,6 @@ TEST_F(Browsers, RefusedBrowserIsNotAskedAgainUntilTheProbe) {
     scripts.answers[script("com.google.Chrome")] = R::error(ScriptRunner::notPermittedError);
     EXPECT_EQ(tabs.browserHost("com.google.Chrome"), std::nullopt);
     EXPECT_EQ(outcome(), "denied com.google.Chrome");
-    EXPECT_TRUE(tabs.browserAutomationDenied());
     EXPECT_EQ(output.str(), "☁️ [SYNC] Automation denied for com.google.Chrome; using app name only\n");
     EXPECT_EQ(systemLog.texts(), std::vector<std::string>{"Automation denied for com.google.Chrome; using app name only"})
         << "the same diagnostic log as cloud sync";
