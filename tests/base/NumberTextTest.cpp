@@ -20,7 +20,6 @@ TEST(ShortestText, ChoosesThePlainOrExponentForm) {
     const std::pair<double, const char*> cases[] = {
         {-0.0, "-0"},
         {0.30000000000000004, "0.30000000000000004"},
-        {123456, "123456"},
         {-1732377600.25, "-1732377600.25"},
         {0.001, "0.001"},
         {0.0001, "1e-04"},

@@ -11,17 +11,14 @@ namespace {
 
 TEST(ProjectNames, EachGroupCutsItsOwnSegment) {
     const std::tuple<std::optional<std::string>, std::string, std::optional<std::string>> cases[] = {
-        {"com.microsoft.VSCode", "● main.rs — engine", "engine"},
         {"com.microsoft.VSCode", "main.rs ● — engine ●", "engine"},
         {"com.microsoft.VSCode", "Welcome", std::nullopt},
         {"com.microsoft.VSCode", "main.rs - engine - Visual Studio Code", std::nullopt},
         {"com.microsoft.VSCode", "a.rs — — engine", "engine"},
         {"com.microsoft.VSCode", "a.rs —\tengine\t", "engine"},
         {"dev.zed.Zed", "plenda – src/main.cpp – x", "x"},
-        {"com.todesktop.230313mzl4w4u92", "app.ts — web", "web"},
         {"com.microsoft.vscode", "main.rs — engine", std::nullopt},
         {"com.apple.dt.Xcode", "engine — README.md", "engine"},
-        {"com.apple.dt.Xcode", "Xcode", std::nullopt},
         {"com.apple.dt.Xcode", "Xcode — Welcome", std::nullopt},
         {"com.apple.dt.Xcode", "●", std::nullopt},
         {"com.jetbrains.intellij", "webapp [~/src/webapp] – App.kt", "webapp"},
@@ -54,9 +51,7 @@ TEST_F(WindowTitleRead, EveryReadRecordsWhatHappened) {
         {{S::title, 0, "main.rs — engine"}, "main.rs — engine", "ok main.rs — engine"},
         {{S::title, 0, ""}, std::nullopt, "no-title 0"},
         {{S::titleError, -25212, ""}, std::nullopt, "no-title -25212"},
-        {{S::titleError, 0, ""}, std::nullopt, "no-title 0"},
         {{S::windowError, -25204, ""}, std::nullopt, "no-window -25204"},
-        {{S::windowError, 0, ""}, std::nullopt, "no-window 0"},
         {{S::notAnElement, 0, ""}, std::nullopt, "bad-window-type"}};
     for (const auto& [answer, title, recorded] : cases) {
         SCOPED_TRACE(recorded);

