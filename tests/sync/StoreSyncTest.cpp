@@ -4,8 +4,6 @@
 #include "platform/standin/CloudFaultInjector.h"
 #include "platform/standin/SqliteCloudDatabase.h"
 #include "tracking/CategoryRules.h"
-#include "views/ActivitySummaries.h"
-#include "views/MacActivitySummary.h"
 
 #include <gmock/gmock.h>
 
@@ -79,10 +77,8 @@ protected:
         return decodeBlock(std::get<Data>(found->second.fields.at("payload")).bytes);
     }
     std::optional<MacDayBlock> localBlock(const Uuid& id) const {
-        for (const auto& b : store->blocks()) {
-            if (b.id == id) return b;
-        }
-        return std::nullopt;
+        const auto found = std::ranges::find(store->blocks(), id, &MacDayBlock::id);
+        return found == store->blocks().end() ? std::nullopt : std::optional(*found);
     }
     // No block twice, and the file on disk decodes to what the store holds.
     void expectSoundStore() {
@@ -95,15 +91,34 @@ protected:
     }
 };
 
-TEST_F(StoreSyncing, FirstSyncUploadsEveryBlock) {
+// Disabled, sync only says so; the first real sync uploads every block, and
+// only a full sync prunes dirty ids whose blocks are gone.
+TEST_F(StoreSyncing, FirstSyncUploadsEveryBlockUnlessDisabledAndPrunesStaleDirtyIds) {
     const std::vector<MacDayBlock> blocks{block("Xcode", 1), block("Mail", 2), block("Safari", 3)};
     files.files[blocksPath] = *encodeBlocks(blocks);
+    cloudSyncDisabled = true;
+    makeStore();
+    store->upsert(block("Maps", 4));
+    sync();
+    EXPECT_EQ(store->syncMessage(), "mac.sync.testmode");
+    EXPECT_TRUE(cloud.requests().empty());
+    EXPECT_TRUE(dirtyIDs().empty());
+    store->saveNow();
+
+    cloudSyncDisabled = false;
     makeStore();
     sync();
-    for (const auto& b : blocks) EXPECT_EQ(serverBlock(b.id), b);
-    EXPECT_TRUE(dirtyIDs().empty());
+    for (const auto& b : store->blocks()) EXPECT_EQ(serverBlock(b.id), b);
     EXPECT_EQ(store->syncMessage(), "mac.sync.synced");
-    EXPECT_THAT(log.texts(), ::testing::Contains("Push: 3/3 saved, 0/0 deleted"));
+    EXPECT_THAT(log.texts(), ::testing::Contains("Push: 4/4 saved, 0/0 deleted"));
+
+    const Uuid ghost = Uuid::random();
+    storeSync().state().markDirty({ghost});
+    store->pushPending({}, false);
+    scheduler.runUntilIdle();
+    EXPECT_TRUE(dirtyIDs().contains(ghost)) << "only a full sync prunes";
+    sync();
+    EXPECT_TRUE(dirtyIDs().empty());
 }
 
 // Another device recategorises a block; the newer version wins, and a won
@@ -114,11 +129,10 @@ TEST_F(StoreSyncing, TheLaterChangeWinsTiesKeepTheLocalBlockAndAWonRecategorisat
         double localModified, remoteModified;  // seconds after the block's start; NaN: absent
         bool remoteWins;
     };
-    const double undated = std::nan("");
     double hour = 0;
     bool learnt = false;
     for (const Case& c : {Case{"tie", 5, 5, false}, Case{"remoteEarlier", 5, 4, false}, Case{"remoteLater", 0, 1, true},
-                          Case{"remoteUndatedButCreatedLater", 0, undated, true}}) {
+                          Case{"remoteUndatedButCreatedLater", 0, std::nan(""), true}}) {
         SCOPED_TRACE(c.name);
         MacDayBlock local = block("Slack", ++hour);
         local.modifiedAt = local.createdAt + c.localModified;
@@ -145,10 +159,7 @@ TEST_F(StoreSyncing, LocalDeletionWinsOverARemoteEditNotYetPulled) {
     const MacDayBlock b = uploaded("Notes", 1);
     remote(blockRecord(changed(b, b.title, *b.modifiedAt + 60)));
     cloud.failNextRequests(1);  // the delete's upload
-    MacActivitySummary summary;
-    summary.title = "Notes";
-    summary.category = b.category;
-    deleteSummary(*store, summary);
+    store->deleteSummary(b.title, b.category);
     scheduler.runUntilIdle();
     ASSERT_FALSE(localBlock(b.id));
     EXPECT_TRUE(storeSync().hasPendingChanges()) << "a deletion not yet sent is pending";
@@ -201,29 +212,7 @@ TEST_F(StoreSyncing, SyncWhileSyncingChangesNothing) {
     scheduler.runUntilIdle();
     EXPECT_TRUE(second);
     EXPECT_EQ(store->syncMessage(), "mac.sync.syncing");
-    EXPECT_EQ(cloud.hungRequests(), 1u);
     EXPECT_EQ(cloud.requests().size(), 1u) << "the second call sent nothing";
-}
-
-TEST_F(StoreSyncing, DisabledSyncOnlySaysSo) {
-    cloudSyncDisabled = true;
-    makeStore();
-    store->upsert(block("Mail", 1));
-    sync();
-    EXPECT_EQ(store->syncMessage(), "mac.sync.testmode");
-    EXPECT_TRUE(cloud.requests().empty());
-    EXPECT_TRUE(dirtyIDs().empty());
-}
-
-TEST_F(StoreSyncing, StaleDirtyIdsArePrunedByAFullSync) {
-    sync();
-    const Uuid ghost = Uuid::random();
-    storeSync().state().markDirty({ghost});
-    store->pushPending({}, false);
-    scheduler.runUntilIdle();
-    EXPECT_TRUE(dirtyIDs().contains(ghost)) << "only a full sync prunes";
-    sync();
-    EXPECT_TRUE(dirtyIDs().empty());
 }
 
 TEST_F(StoreSyncing, AStalledUploadCannotOverwriteANewerVersion) {
@@ -265,7 +254,6 @@ protected:
 
 TEST_F(HostileServer, MalformedRecordsAreSkippedAndLocalChangesSurvive) {
     const MacDayBlock synced = uploaded("Mail", 1);
-    ASSERT_EQ(serverBlock(synced.id), synced);
     const MacDayBlock edited = changed(synced, "Mail (edited here)", scheduler.now());
     saveOffline(edited);
 
@@ -301,9 +289,7 @@ TEST_F(HostileServer, MalformedRecordsAreSkippedAndLocalChangesSurvive) {
 
 TEST_F(HostileServer, TokensGoingBackwardsNeverUndoALocalChange) {
     std::vector<MacDayBlock> blocks;
-    for (int i = 0; i < 5; ++i) blocks.push_back(block("Block " + std::to_string(i), i));
-    for (const auto& b : blocks) store->upsert(b);
-    sync();
+    for (int i = 0; i < 5; ++i) blocks.push_back(uploaded("Block " + std::to_string(i), i));
     const auto oldToken = defaults.data(storeSync().state().changeTokenKey());
     ASSERT_TRUE(oldToken);
 
@@ -316,7 +302,6 @@ TEST_F(HostileServer, TokensGoingBackwardsNeverUndoALocalChange) {
     const MacDayBlock localEdit = changed(blocks[2], "Changed here", scheduler.now());
     save(localEdit);
     sync();
-    ASSERT_EQ(localBlock(remoteEdit.id), remoteEdit);
 
     // The stored token goes back to before all that, and the pages keep
     // answering with the token they were asked with for a while.
@@ -352,7 +337,6 @@ TEST_F(HostileServer, RemoteDeletionsEvenRepeatedSpareBlocksChangedHere) {
     EXPECT_FALSE(localBlock(removed.id));
     EXPECT_EQ(serverBlock(kept.id), edited) << "the next push recreated it";
     expectSoundStore();
-    EXPECT_EQ(decodeBlocks(files.files[blocksPath])->size(), 1u) << "the merge is saved";
 }
 
 TEST_F(StoreSyncing, PulledBlocksThatNeverReachedTheFileArePulledAgain) {
