@@ -69,6 +69,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!first.ok()) std::abort();
     if (first.value().fullRefetch && first.value().changed.size() != serverRecords) std::abort();
     if (first.value().changed.size() > serverRecords) std::abort();
+    state.saveChangeToken(first.value().changeToken);  // as the store does once it has saved
     const auto second = pull(engine, scheduler);
     if (!second.ok() || !second.value().changed.empty() || second.value().fullRefetch) std::abort();
     return 0;
