@@ -129,15 +129,18 @@ void MacActivityStore::changeCategory(std::string_view title, MacBlockCategory f
 
 void MacActivityStore::deleteSummary(std::string_view title, MacBlockCategory category) {
     std::set<Uuid> ids;
+    std::vector<MacDayBlock> removed;
     for (const MacDayBlock& block : blocksOnDay(selectedDate_)) {
-        if (block.title == title && block.category == category) ids.insert(block.id);
+        if (block.title == title && block.category == category && ids.insert(block.id).second) {
+            removed.push_back(block);
+        }
     }
     if (ids.empty()) return;
     blocks_.eraseIf([&](const MacDayBlock& block) { return ids.contains(block.id); });
     scheduleSave();
     publish();
     if (cloudSyncDisabled_) return;
-    sync_->markDeleted(std::vector<Uuid>(ids.begin(), ids.end()));
+    sync_->markDeleted(removed);
     startUpload({});
 }
 

@@ -16,9 +16,9 @@ class StoreSync {
 public:
     virtual ~StoreSync() = default;
 
-    // Bookkeeping only: these ids must go up, or be deleted on the server.
+    // Bookkeeping only: these blocks must go up, or be deleted on the server.
     virtual void markBlocksDirty(const std::vector<MacDayBlock>& blocks) = 0;
-    virtual void markDeleted(const std::vector<Uuid>& ids) = 0;
+    virtual void markDeleted(const std::vector<MacDayBlock>& blocks) = 0;
     // Something is dirty or pending deletion.
     virtual bool hasPendingChanges() const = 0;
     virtual bool isSyncing() const = 0;

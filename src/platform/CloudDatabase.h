@@ -14,12 +14,49 @@
 
 namespace plenda {
 
+// CKCurrentUserDefaultName: the zone owner that means "the signed-in user".
+inline constexpr const char* cloudCurrentUserName = "__defaultOwner__";
+
+struct CloudZoneID {
+    std::string zoneName;
+    std::string ownerName = cloudCurrentUserName;
+    bool operator==(const CloudZoneID&) const = default;
+};
+
+struct CloudRecordID {
+    std::string recordName;
+    CloudZoneID zoneID;
+    bool operator==(const CloudRecordID&) const = default;
+};
+
+// The field values this program stores: bytes, dates, text and numbers.
+using CloudFieldValue = std::variant<Data, Date, std::string, double>;
+
+struct CloudRecord {
+    std::string recordType;
+    CloudRecordID recordID;
+    std::map<std::string, CloudFieldValue> fields;
+    // Set by the server; absent on records built locally.
+    std::optional<Date> modificationDate;
+    // The server's version stamp, opaque (CloudKit: the record's archived
+    // system fields, which carry its change tag); empty on records never saved.
+    // A save that must not overwrite a change it has not seen carries it.
+    std::string changeTag;
+    bool operator==(const CloudRecord&) const = default;
+};
+
 // An error as the platform reports it: a domain, a numeric code and a text.
 // CloudKit's own errors carry the domain "CKErrorDomain" and CKError codes.
 struct CloudError {
+    CloudError() = default;
+    CloudError(std::string domain, long code, std::string description)
+        : domain(std::move(domain)), code(code), description(std::move(description)) {}
+
     std::string domain;
     long code = 0;
     std::string description;
+    // With "server record changed" (14): the record the server holds.
+    std::shared_ptr<const CloudRecord> serverRecord;
 
     static constexpr const char* cloudKitDomain = "CKErrorDomain";
     bool isCloudKit(long ckCode) const { return domain == cloudKitDomain && code == ckCode; }
@@ -73,33 +110,6 @@ enum class CloudAccountStatus : long {
 // CKRecordSavePolicy, by raw value.
 enum class CloudSavePolicy : long { ifServerRecordUnchanged = 0, changedKeys = 1, allKeys = 2 };
 
-// CKCurrentUserDefaultName: the zone owner that means "the signed-in user".
-inline constexpr const char* cloudCurrentUserName = "__defaultOwner__";
-
-struct CloudZoneID {
-    std::string zoneName;
-    std::string ownerName = cloudCurrentUserName;
-    bool operator==(const CloudZoneID&) const = default;
-};
-
-struct CloudRecordID {
-    std::string recordName;
-    CloudZoneID zoneID;
-    bool operator==(const CloudRecordID&) const = default;
-};
-
-// The field values this program stores: bytes, dates, text and numbers.
-using CloudFieldValue = std::variant<Data, Date, std::string, double>;
-
-struct CloudRecord {
-    std::string recordType;
-    CloudRecordID recordID;
-    std::map<std::string, CloudFieldValue> fields;
-    // Set by the server; absent on records built locally.
-    std::optional<Date> modificationDate;
-    bool operator==(const CloudRecord&) const = default;
-};
-
 // A server change token of a record zone: opaque to everything but the
 // database that issued it and the archive that stores it.
 class CloudChangeToken {
@@ -117,9 +127,10 @@ struct CloudZoneChanges {
     bool moreComing = false;
 };
 
-// Per-record outcomes of one modify request; no error means success.
+// Per-record outcomes of one modify request: a save gives the record as
+// saved (with its new change tag); a deletion gives no error on success.
 struct CloudModifyResults {
-    std::vector<std::pair<CloudRecordID, std::optional<CloudError>>> saveResults;
+    std::vector<std::pair<CloudRecordID, CloudResult<CloudRecord>>> saveResults;
     std::vector<std::pair<CloudRecordID, std::optional<CloudError>>> deleteResults;
 };
 

@@ -28,4 +28,20 @@ std::optional<CloudRecordEnvelope> makeEnvelope(const CloudRecord& record) {
     return CloudRecordEnvelope{*id, bytes->bytes, modifiedAt};
 }
 
+CloudRecord makeZoneMarkRecord(const std::string& mark, const CloudZoneID& zoneID) {
+    CloudRecord record;
+    record.recordType = zoneMarkRecordType;
+    record.recordID = CloudRecordID{zoneMarkRecordName, zoneID};
+    record.fields.emplace(zoneMarkField, mark);
+    return record;
+}
+
+std::optional<std::string> zoneMarkOf(const CloudRecord& record) {
+    if (record.recordID.recordName != zoneMarkRecordName) return std::nullopt;
+    const auto field = record.fields.find(zoneMarkField);
+    const auto* mark = field == record.fields.end() ? nullptr : std::get_if<std::string>(&field->second);
+    if (!mark || mark->empty()) return std::nullopt;
+    return *mark;
+}
+
 }  // namespace plenda

@@ -23,6 +23,12 @@ inline constexpr const char* dayBlocksZoneName = "DayBlocks";
 inline constexpr const char* payloadField = "payload";
 inline constexpr const char* modifiedAtField = "modifiedAt";
 
+// One record in the zone names the zone's incarnation, so that a device can
+// tell a zone deleted and made anew from the one its knowledge is about.
+inline constexpr const char* zoneMarkRecordType = "ZoneMark";
+inline constexpr const char* zoneMarkRecordName = "zone-mark";
+inline constexpr const char* zoneMarkField = "mark";
+
 inline CloudZoneID dayBlocksZoneID() { return CloudZoneID{dayBlocksZoneName, cloudCurrentUserName}; }
 
 // A fresh record (no server change tag) holding exactly the two fields.
@@ -31,5 +37,8 @@ CloudRecord makeRecord(const CloudRecordEnvelope& envelope, const CloudZoneID& z
 // missing date falls back to the server's modification date, then the
 // distant past.
 std::optional<CloudRecordEnvelope> makeEnvelope(const CloudRecord& record);
+CloudRecord makeZoneMarkRecord(const std::string& mark, const CloudZoneID& zoneID = dayBlocksZoneID());
+// The mark a zone-mark record holds; none for any other record.
+std::optional<std::string> zoneMarkOf(const CloudRecord& record);
 
 }  // namespace plenda

@@ -11,6 +11,8 @@
 #include <deque>
 #include <functional>
 #include <iostream>
+#include <map>
+#include <unordered_map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -33,6 +35,12 @@ struct PullResult {
     std::vector<CloudRecordEnvelope> changed;
     std::vector<Uuid> deleted;
     bool fullRefetch = false;
+    // Fetched from the zone's beginning: `changed` is everything the server
+    // holds, so a block missing from it is not on the server.
+    bool wholeZone = false;
+    // After a whole-zone fetch: the zone's incarnation mark (one is saved when
+    // the zone has none); empty when it could not be settled.
+    std::string zoneMark;
     // The zone's token after the last page. The engine does not store it: the
     // caller does, once the blocks it covers are in the block file, so a quit
     // or a crash in between fetches them again instead of losing them.
@@ -42,6 +50,9 @@ struct PullResult {
 struct PushResult {
     IdSet savedIDs;
     IdSet deletedIDs;
+    // Saves the server refused because it holds a version at least as new,
+    // changed elsewhere since this device last saw it: that version, to merge.
+    std::vector<CloudRecordEnvelope> newerOnServer;
 };
 
 // The only component that talks to the cloud database. An actor: its fields
@@ -63,6 +74,12 @@ public:
     };
 
     static constexpr std::size_t pushBatchLimit = 350;
+    // A request unanswered this long counts as failed, so nothing waits on it.
+    static constexpr double requestTimeout = 60;
+    // How often one push saves a record again after the server refused it.
+    static constexpr int saveRetries = 2;
+    // Change tags remembered to save without a refusal first; a miss costs a retry.
+    static constexpr std::size_t changeTagCacheLimit = 4096;
 
     explicit CloudSyncEngine(Dependencies dependencies);
     ~CloudSyncEngine();
@@ -77,7 +94,8 @@ public:
     void push(std::vector<CloudRecordEnvelope> saving, std::vector<Uuid> deleting,
               std::function<void(CloudResult<PushResult>)> completion);
     // After a system wake: forget the latch and the cached database so the
-    // next operation examines the account afresh. Ordered with the others.
+    // next operation examines the account afresh, and give up the requests
+    // still waiting (they fail as timed out). Ordered with the others.
     void resetAvailability(std::function<void()> completion = {});
 
     // Standard output and the system log, one line each.
@@ -91,6 +109,12 @@ private:
 
     // Runs `task` on the worker while the engine lives.
     void onWorker(std::function<void()> task);
+    // Worker only. Sends one request with `send` and runs `answered` on the
+    // worker exactly once: with the database's answer, or with a failure
+    // after requestTimeout or at a wake, whichever comes first.
+    template <class Answer>
+    void ask(std::function<void(std::function<void(Answer)>)> send, std::function<void(Answer)> answered);
+    void rememberChangeTag(const Uuid& id, const std::string& tag);
     void database(DatabaseCompletion completion);
     void finishAccountCheck(CloudResult<CloudAccountStatus> status, DatabaseCompletion completion);
     void ensureZone(CloudDatabase& database, ZoneCompletion completion);
@@ -98,8 +122,10 @@ private:
     void prepare(DatabaseCompletion completion);
     void fetchPage(std::shared_ptr<PullRun> run);
     void pageArrived(std::shared_ptr<PullRun> run, CloudResult<CloudZoneChanges> page);
+    void settleZoneMark(std::shared_ptr<PullRun> run);
     void sendBatch(std::shared_ptr<PushRun> run);
     void batchArrived(std::shared_ptr<PushRun> run, CloudResult<CloudModifyResults> results);
+    bool settleRefusal(PushRun& run, const Uuid& id, const CloudError& error);
     // Modify requests go out one at a time, across all pushes, so the server
     // receives versions of a record in the order they were sent.
     void startNextModify();
@@ -117,6 +143,10 @@ private:
     bool isUnavailable_ = false;
     std::deque<std::function<void()>> queuedModifies_;
     bool modifyInFlight_ = false;
+    std::unordered_map<Uuid, std::string> changeTags_;
+    // What gives up each request still waiting, by request number.
+    std::map<std::uint64_t, std::function<void()>> abandonWaiting_;
+    std::uint64_t lastRequest_ = 0;
 
     Lifetime lifetime_;
 };

@@ -2,6 +2,8 @@
 
 #include "platform/OpaqueChangeToken.h"
 
+#include <algorithm>
+
 namespace plenda {
 
 namespace {
@@ -68,6 +70,52 @@ void CloudSyncState::clearPendingDeletes(const IdSet& ids) {
     IdSet pending = readIDs(pendingDeleteKey());
     for (const Uuid& id : ids) pending.erase(id);
     writePendingDeleteIDs(pending);
+}
+
+void CloudSyncState::confirm(const IdSet& held, const IdSet& gone) {
+    if (held.empty() && gone.empty()) return;
+    std::lock_guard guard(lock_);
+    IdSet confirmed = readIDs(confirmedKey());
+    const std::size_t before = confirmed.size();
+    bool changed = false;
+    for (const Uuid& id : gone) changed = confirmed.erase(id) > 0 || changed;
+    confirmed.insert(held.begin(), held.end());
+    if (changed || confirmed.size() != before) writeIDs(confirmedKey(), confirmed);
+}
+
+void CloudSyncState::forgetConfirmed() {
+    std::lock_guard guard(lock_);
+    defaults_.remove(confirmedKey());
+}
+
+void CloudSyncState::rememberDeletions(const std::vector<std::pair<Uuid, Date>>& versions) {
+    std::lock_guard guard(lock_);
+    std::unordered_map<Uuid, Date> known = deletedVersions();
+    for (const auto& [id, version] : versions) {
+        const auto [entry, added] = known.emplace(id, version);
+        if (!added) entry->second = std::max(entry->second, version);
+    }
+    std::vector<std::pair<Uuid, Date>> newestFirst(known.begin(), known.end());
+    if (newestFirst.size() > deletedVersionLimit) {
+        std::ranges::nth_element(newestFirst, newestFirst.begin() + deletedVersionLimit,
+                                 [](const auto& a, const auto& b) { return a.second > b.second; });
+        newestFirst.resize(deletedVersionLimit);
+    }
+    DefaultsValue::Dictionary stored;
+    for (const auto& [id, version] : newestFirst) stored.emplace(id.string(), version.seconds);
+    defaults_.set(deletedVersionsKey(), std::move(stored));
+}
+
+std::unordered_map<Uuid, Date> CloudSyncState::deletedVersions() const {
+    std::unordered_map<Uuid, Date> versions;
+    const auto stored = defaults_.dictionary(deletedVersionsKey());
+    if (!stored) return versions;
+    for (const auto& [text, value] : *stored) {
+        const auto id = Uuid::parse(text);
+        const auto* seconds = std::get_if<double>(&value.value);
+        if (id && seconds) versions.emplace(*id, Date(*seconds));
+    }
+    return versions;
 }
 
 CloudChangeTokenPtr CloudSyncState::loadChangeToken() const {

@@ -40,7 +40,16 @@ void MacCloudSync::markBlocksDirty(const std::vector<MacDayBlock>& blocks) {
     state_.markDirty(ids);
 }
 
-void MacCloudSync::markDeleted(const std::vector<Uuid>& ids) { state_.markDeleted(ids); }
+void MacCloudSync::markDeleted(const std::vector<MacDayBlock>& blocks) {
+    std::vector<Uuid> ids;
+    std::vector<std::pair<Uuid, Date>> versions;
+    for (const MacDayBlock& block : blocks) {
+        ids.push_back(block.id);
+        versions.emplace_back(block.id, block.lastModified());
+    }
+    state_.rememberDeletions(versions);
+    state_.markDeleted(ids);
+}
 
 bool MacCloudSync::hasPendingChanges() const {
     return !state_.readIDs(state_.dirtyKey()).empty() || !state_.readIDs(state_.pendingDeleteKey()).empty();
@@ -62,12 +71,11 @@ void MacCloudSync::syncNow(std::function<void()> finished) {
     isSyncing_ = true;
     store_.setSyncMessage("mac.sync.syncing");
 
-    // Without a token every local block goes up. Marked here rather than on
-    // the worker so that a deletion made meanwhile cannot be turned back
-    // into a dirty mark.
-    if (!state_.loadChangeToken()) markBlocksDirty(store_.blocks());
+    // What the server had confirmed before this pull; an id confirmed while
+    // it runs may be missing from a whole-zone fetch without being deleted.
+    const IdSet confirmedBefore = state_.readIDs(state_.confirmedKey());
 
-    engine_.pull([this, alive = lifetime_.weak(), finished](CloudResult<PullResult> pulled) {
+    engine_.pull([this, alive = lifetime_.weak(), finished, confirmedBefore](CloudResult<PullResult> pulled) {
         if (alive.expired()) return;
         if (!pulled.ok()) {
             SyncLog(output_, nullptr).toOutput("Sync failed: " + pulled.error().description);
@@ -79,11 +87,23 @@ void MacCloudSync::syncNow(std::function<void()> finished) {
             });
             return;
         }
-        scheduler_.post([this, alive, result = std::move(pulled.value()), finished] {
+        scheduler_.post([this, alive, result = std::move(pulled.value()), finished, confirmedBefore] {
             if (alive.expired()) return;
-            // After a token expiry or a rebuilt zone the server may lack anything.
-            if (result.fullRefetch) markBlocksDirty(store_.blocks());
             applyPulled(result.changed, result.deleted);
+            IdSet held;
+            for (const CloudRecordEnvelope& envelope : result.changed) held.insert(envelope.id);
+            if (result.wholeZone) {
+                // Confirmations by an earlier incarnation of the zone (deleted
+                // and made anew since) say nothing about this one.
+                Defaults& defaults = state_.defaults();
+                const bool sameZone =
+                    !result.zoneMark.empty() && defaults.string(state_.zoneMarkKey()) == result.zoneMark;
+                if (!sameZone) state_.forgetConfirmed();
+                reconcileWholeZone(held, sameZone ? confirmedBefore : IdSet{});
+                if (result.zoneMark.empty()) defaults.remove(state_.zoneMarkKey());
+                else defaults.setString(state_.zoneMarkKey(), result.zoneMark);
+            }
+            state_.confirm(held, IdSet(result.deleted.begin(), result.deleted.end()));
             // The token only once what it covers is in the block file; a failed
             // write leaves the old token, and the next pull brings the same again.
             if ((result.changed.empty() && result.deleted.empty()) || store_.saveNow()) {
@@ -130,15 +150,14 @@ void MacCloudSync::pushPending(std::vector<MacDayBlock> blocks, bool pruneStale,
             std::set_difference(dirty.begin(), dirty.end(), present.begin(), present.end(),
                                 std::inserter(staleCandidates, staleCandidates.end()));
         }
-        const auto settle = [this, alive, sent, staleCandidates, finished](IdSet saved, IdSet deleted) {
-            scheduler_.post([this, alive, sent, staleCandidates, finished, saved = std::move(saved),
-                             deleted = std::move(deleted)] {
+        const auto settle = [this, alive, sent, staleCandidates, finished](PushResult pushed) {
+            scheduler_.post([this, alive, sent, staleCandidates, finished, pushed = std::move(pushed)] {
                 if (alive.expired()) return;
-                settlePush(*sent, saved, deleted, staleCandidates);
+                settlePush(*sent, pushed, staleCandidates);
                 if (finished) finished();
             });
         };
-        if (envelopes.empty() && pending.empty()) return settle({}, {});
+        if (envelopes.empty() && pending.empty()) return settle({});
 
         engine_.push(std::move(envelopes), std::vector<Uuid>(pending.begin(), pending.end()),
                              [this, alive, settle, done](CloudResult<PushResult> pushed) {
@@ -148,32 +167,89 @@ void MacCloudSync::pushPending(std::vector<MacDayBlock> blocks, bool pruneStale,
                                                                         pushed.error().description);
                                      return done();
                                  }
-                                 settle(std::move(pushed.value().savedIDs), std::move(pushed.value().deletedIDs));
+                                 settle(std::move(pushed.value()));
                              });
     });
 }
 
 // An id that was edited again while its upload was under way stays dirty, so
-// the newer version goes up next; ids are judged against the live blocks.
-void MacCloudSync::settlePush(const std::vector<MacDayBlock>& sent, const IdSet& savedIDs,
-                                  const IdSet& deletedIDs, const IdSet& staleCandidates) {
-    const auto live = indexByID(store_.blocks());
-    IdSet clear;
-    if (!savedIDs.empty()) {
-        const auto sentIndex = indexByID(sent);
-        for (const Uuid& id : savedIDs) {
-            const auto now = live.find(id);
-            const auto then = sentIndex.find(id);
-            if (now == live.end() || (then != sentIndex.end() && store_.blocks()[now->second] == sent[then->second])) {
-                clear.insert(id);
-            }
-        }
+// the newer version goes up next; ids are judged against the live blocks. A
+// version the server kept because it is newer replaces the one sent, unless
+// the block changed again here meanwhile.
+void MacCloudSync::settlePush(const std::vector<MacDayBlock>& sent, const PushResult& pushed,
+                              const IdSet& staleCandidates) {
+    std::vector<MacDayBlock> blocks = store_.blocks();
+    const auto live = indexByID(blocks);
+    const auto sentIndex = indexByID(sent);
+    const auto unchangedSinceSent = [&](const Uuid& id) {
+        const auto now = live.find(id);
+        const auto then = sentIndex.find(id);
+        return now != live.end() && then != sentIndex.end() && blocks[now->second] == sent[then->second];
+    };
+    IdSet clear, held = pushed.savedIDs;
+    for (const Uuid& id : pushed.savedIDs) {
+        if (!live.contains(id) || unchangedSinceSent(id)) clear.insert(id);
+    }
+    bool adopted = false;
+    for (const CloudRecordEnvelope& envelope : pushed.newerOnServer) {
+        held.insert(envelope.id);
+        auto incoming = decodeBlock(envelope.payload);
+        if (!incoming || incoming->id != envelope.id || !unchangedSinceSent(envelope.id)) continue;
+        MacDayBlock& local = blocks[live.at(envelope.id)];
+        if (incoming->lastModified() < local.lastModified()) continue;
+        learnCategory(local, *incoming);
+        local = std::move(*incoming);
+        clear.insert(envelope.id);
+        adopted = true;
     }
     for (const Uuid& id : staleCandidates) {
         if (!live.contains(id)) clear.insert(id);
     }
+    if (adopted) store_.replaceBlocks(std::move(blocks));
     if (!clear.empty()) state_.clearDirty(clear);
-    if (!deletedIDs.empty()) state_.clearPendingDeletes(deletedIDs);
+    if (!pushed.deletedIDs.empty()) state_.clearPendingDeletes(pushed.deletedIDs);
+    state_.confirm(held, pushed.deletedIDs);
+}
+
+// After a fetch of the whole zone: a block the server does not hold was
+// deleted elsewhere if the server had confirmed it and it did not change here
+// since; otherwise it never reached the server and goes up now.
+void MacCloudSync::reconcileWholeZone(const IdSet& held, const IdSet& confirmedBefore) {
+    const IdSet dirty = state_.readIDs(state_.dirtyKey());
+    IdSet deletedElsewhere;
+    std::vector<Uuid> neverUploaded;
+    for (const MacDayBlock& block : store_.blocks()) {
+        if (held.contains(block.id) || dirty.contains(block.id)) continue;
+        if (confirmedBefore.contains(block.id)) deletedElsewhere.insert(block.id);
+        else neverUploaded.push_back(block.id);
+    }
+    if (!deletedElsewhere.empty()) {
+        std::vector<MacDayBlock> blocks = store_.blocks();
+        rememberRemoved(blocks, deletedElsewhere);
+        std::erase_if(blocks, [&](const MacDayBlock& block) { return deletedElsewhere.contains(block.id); });
+        store_.replaceBlocks(std::move(blocks));
+    }
+    if (!neverUploaded.empty()) state_.markDirty(neverUploaded);
+    IdSet gone;
+    std::set_difference(confirmedBefore.begin(), confirmedBefore.end(), held.begin(), held.end(),
+                        std::inserter(gone, gone.end()));
+    state_.confirm({}, gone);
+}
+
+// A deletion from elsewhere is remembered like one made here, so that an
+// older copy landing late (an upload given up on) is deleted again.
+void MacCloudSync::rememberRemoved(const std::vector<MacDayBlock>& blocks, const IdSet& removed) {
+    std::vector<std::pair<Uuid, Date>> versions;
+    for (const MacDayBlock& block : blocks) {
+        if (removed.contains(block.id)) versions.emplace_back(block.id, block.lastModified());
+    }
+    state_.rememberDeletions(versions);
+}
+
+void MacCloudSync::learnCategory(const MacDayBlock& local, const MacDayBlock& incoming) {
+    if (incoming.title == local.title && incoming.category != local.category) {
+        store_.rememberCategory(incoming.title, incoming.category);
+    }
 }
 
 void MacCloudSync::applyPulled(const std::vector<CloudRecordEnvelope>& changed,
@@ -183,6 +259,8 @@ void MacCloudSync::applyPulled(const std::vector<CloudRecordEnvelope>& changed,
     auto index = indexByID(merged);
     const IdSet pendingDeletes = state.readIDs(state.pendingDeleteKey());
     std::vector<MacDayBlock> newerHere;
+    std::vector<Uuid> deleteAgain;
+    const auto deletedHere = state.deletedVersions();
 
     for (const CloudRecordEnvelope& envelope : changed) {
         auto incoming = decodeBlock(envelope.payload);
@@ -192,6 +270,12 @@ void MacCloudSync::applyPulled(const std::vector<CloudRecordEnvelope>& changed,
         if (found == index.end()) {
             // Deleted here and not yet uploaded: the deletion is the newer intent.
             if (pendingDeletes.contains(incoming->id)) continue;
+            // Deleted here, and back on the server unchanged since.
+            if (const auto deleted = deletedHere.find(incoming->id);
+                deleted != deletedHere.end() && incoming->lastModified() <= deleted->second) {
+                deleteAgain.push_back(incoming->id);
+                continue;
+            }
             index.emplace(incoming->id, merged.size());
             merged.push_back(std::move(*incoming));
             continue;
@@ -204,9 +288,7 @@ void MacCloudSync::applyPulled(const std::vector<CloudRecordEnvelope>& changed,
             continue;
         }
         if (incoming->lastModified() == local.lastModified()) continue;
-        if (incoming->title == local.title && incoming->category != local.category) {
-            store_.rememberCategory(incoming->title, incoming->category);
-        }
+        learnCategory(local, *incoming);
         local = std::move(*incoming);
     }
 
@@ -217,6 +299,7 @@ void MacCloudSync::applyPulled(const std::vector<CloudRecordEnvelope>& changed,
         if (!dirty.contains(id) && index.contains(id)) removed.insert(id);
     }
     if (!removed.empty()) {
+        rememberRemoved(merged, removed);
         std::erase_if(merged, [&](const MacDayBlock& block) { return removed.contains(block.id); });
     }
     std::stable_sort(merged.begin(), merged.end(), [](const MacDayBlock& a, const MacDayBlock& b) {
@@ -224,6 +307,7 @@ void MacCloudSync::applyPulled(const std::vector<CloudRecordEnvelope>& changed,
     });
     store_.replaceBlocks(std::move(merged));
     if (!newerHere.empty()) markBlocksDirty(newerHere);
+    if (!deleteAgain.empty()) state.markDeleted(deleteAgain);
 }
 
 }  // namespace plenda

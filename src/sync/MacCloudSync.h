@@ -42,7 +42,7 @@ public:
     CloudSyncEngine& engine() { return engine_; }
 
     void markBlocksDirty(const std::vector<MacDayBlock>& blocks) override;
-    void markDeleted(const std::vector<Uuid>& ids) override;
+    void markDeleted(const std::vector<MacDayBlock>& blocks) override;
     bool hasPendingChanges() const override;
     bool isSyncing() const override { return isSyncing_; }
     void syncNow(std::function<void()> finished) override;
@@ -55,8 +55,11 @@ public:
 private:
     // Main thread, after a push: forgets the dirty marks whose block is still
     // the version that was sent, or that no longer has a block.
-    void settlePush(const std::vector<MacDayBlock>& sent, const IdSet& savedIDs, const IdSet& deletedIDs,
-                    const IdSet& staleCandidates);
+    void settlePush(const std::vector<MacDayBlock>& sent, const PushResult& pushed, const IdSet& staleCandidates);
+    void reconcileWholeZone(const IdSet& held, const IdSet& confirmedBefore);
+    void rememberRemoved(const std::vector<MacDayBlock>& blocks, const IdSet& removed);
+    // A recategorisation that won elsewhere teaches this device the override.
+    void learnCategory(const MacDayBlock& local, const MacDayBlock& incoming);
 
     MacActivityStore& store_;
     Scheduler& scheduler_;

@@ -189,13 +189,71 @@ TEST_F(Engine, AFailedBatchFailsThePushAndAHungRequestHoldsOnlyItsOwnOperation) 
     ASSERT_TRUE(pull().ok());
     cloud.failNextRequests(1, CloudFaultInjector::networkFailure(), 1);  // the second batch
     ASSERT_FALSE(push(envelopes(400)).ok());
-    EXPECT_EQ(server.records(engine.zoneID()).size(), 350u) << "the first batch did reach the server";
+    EXPECT_EQ(server.records(engine.zoneID()).size(), 350u + 1) << "the first batch reached the server (beside the zone mark)";
     cloud.hangNextRequests(1);
     bool pullFinished = false;
     engine.pull([&](auto) { pullFinished = true; });
     scheduler.runUntilIdle();
     EXPECT_TRUE(push({envelope()}).ok()) << "operations interleave at their waits";
     EXPECT_FALSE(pullFinished);
+}
+
+TEST_F(Engine, NoRequestWaitsLongerThanItsTimeoutOrPastAWake) {
+    ASSERT_TRUE(pull().ok());
+    const auto start = [&](std::optional<CloudResult<PushResult>>& into) {
+        engine.push({envelope()}, {}, [&](CloudResult<PushResult> r) { into.emplace(std::move(r)); });
+        scheduler.runUntilIdle();
+    };
+    std::optional<CloudResult<PushResult>> stuck, behind, atWake;
+    cloud.hangNextRequests(1);
+    start(stuck);
+    start(behind);
+    EXPECT_FALSE(stuck || behind) << "the second upload waits behind the first";
+    scheduler.advance(CloudSyncEngine::requestTimeout);
+    ASSERT_TRUE(stuck && behind);
+    EXPECT_EQ(stuck->error().description, "The request timed out");
+    EXPECT_TRUE(behind->ok()) << "a timed-out request no longer holds the ones behind it";
+
+    cloud.hangNextRequests(1);
+    start(atWake);
+    engine.resetAvailability();
+    scheduler.runUntilIdle();
+    ASSERT_TRUE(atWake);
+    EXPECT_EQ(atWake->error().description, "The request was given up at wake");
+    cloud.releaseHungRequests();  // late answers change nothing
+    scheduler.advance(CloudSyncEngine::requestTimeout);
+    EXPECT_EQ(atWake->error().description, "The request was given up at wake");
+}
+
+// A save never overwrites a version it has not seen: the later of the two
+// stays on the server, and a newer server version comes back to merge.
+TEST_F(Engine, RefusedSavesKeepTheLaterVersion) {
+    ASSERT_TRUE(pull().ok());
+    struct Case {
+        const char* name;
+        double local, elsewhere;  // modification times
+        bool deletedElsewhere;
+        bool saved;
+    };
+    for (const Case& c : {Case{"newer here", 20, 10, false, true}, Case{"newer elsewhere", 10, 20, false, false},
+                          Case{"tie", 10, 10, false, false}, Case{"deleted elsewhere", 30, 10, true, true}}) {
+        SCOPED_TRACE(c.name);
+        const Uuid id = Uuid::random();
+        ASSERT_TRUE(push({{id, "first", Date(1)}}).ok());  // known here with its tag
+        const CloudRecordEnvelope other{id, "elsewhere", Date(c.elsewhere)};
+        server.modifyRecords({makeRecord(other)}, {}, CloudSavePolicy::allKeys, false, [](auto) {});
+        if (c.deletedElsewhere) {
+            server.modifyRecords({}, {CloudRecordID{id.string(), engine.zoneID()}}, CloudSavePolicy::allKeys, false,
+                                 [](auto) {});
+        }
+        const auto result = push({{id, "here", Date(c.local)}});
+        ASSERT_TRUE(result.ok());
+        EXPECT_EQ(result.value().savedIDs.contains(id), c.saved);
+        const auto& payload = std::get<Data>(server.records(engine.zoneID()).at(id.string()).fields.at(payloadField));
+        EXPECT_EQ(payload.bytes, c.saved ? "here" : "elsewhere");
+        if (c.saved) EXPECT_TRUE(result.value().newerOnServer.empty());
+        else EXPECT_EQ(result.value().newerOnServer, std::vector{other});
+    }
 }
 
 }  // namespace

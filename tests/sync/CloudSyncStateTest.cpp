@@ -63,5 +63,19 @@ TEST_F(SyncState, ChangeTokenRoundTripsAndNoneRemovesIt) {
     EXPECT_FALSE(state.loadChangeToken());
 }
 
+TEST_F(SyncState, DeletionsKeepTheNewestVersionDeletedAndOnlyTheNewestDeletions) {
+    state.rememberDeletions({{a, Date(20)}, {b, Date(5)}});
+    state.rememberDeletions({{a, Date(10)}});
+    EXPECT_EQ(state.deletedVersions().at(a), Date(20)) << "an older copy deleted again keeps the newer version";
+    std::vector<std::pair<Uuid, Date>> many;
+    for (std::size_t i = 0; i < CloudSyncState::deletedVersionLimit; ++i) many.emplace_back(Uuid::random(), Date(100));
+    state.rememberDeletions(many);
+    const auto kept = state.deletedVersions();
+    EXPECT_EQ(kept.size(), CloudSyncState::deletedVersionLimit);
+    EXPECT_FALSE(kept.contains(b)) << "the oldest go first";
+    EXPECT_FALSE(kept.contains(a));
+    EXPECT_TRUE(kept.contains(many.front().first));
+}
+
 }  // namespace
 }  // namespace plenda

@@ -64,7 +64,7 @@ protected:
         server.modifyRecords({std::move(record)}, {}, CloudSavePolicy::allKeys, false, [](auto) {});
     }
     static CloudRecord record(std::string name, std::map<std::string, CloudFieldValue> fields) {
-        return CloudRecord{dayBlockRecordType, {std::move(name), dayBlocksZoneID()}, std::move(fields), {}};
+        return CloudRecord{dayBlockRecordType, {std::move(name), dayBlocksZoneID()}, std::move(fields), {}, {}};
     }
     static CloudRecord blockRecord(const MacDayBlock& b) {
         return makeRecord(CloudRecordEnvelope{b.id, *encodeBlock(b), b.lastModified()});
@@ -330,6 +330,32 @@ TEST_F(HostileServer, RemoteDeletionsEvenRepeatedSpareBlocksChangedHere) {
     EXPECT_FALSE(localBlock(removed.id));
     EXPECT_EQ(serverBlock(kept.id), edited) << "the next push recreated it";
     expectSoundStore();
+}
+
+// A full refetch shows what the server holds. A block missing there was
+// deleted elsewhere when the server had confirmed it in this same zone; when
+// it never got there, or the zone was deleted and made anew, it goes up.
+TEST_F(StoreSyncing, AFullRefetchTellsABlockDeletedElsewhereFromOneNotOnTheServer) {
+    for (const bool zoneMadeAnew : {false, true}) {
+        SCOPED_TRACE(zoneMadeAnew ? "zone made anew elsewhere" : "token expired");
+        const double hour = zoneMadeAnew ? 5 : 1;
+        const MacDayBlock confirmed = uploaded("Confirmed", hour);
+        const MacDayBlock offline = block("Offline", hour + 1);
+        saveOffline(offline);
+        if (zoneMadeAnew) {
+            server.deleteZone(dayBlocksZoneID(), true);
+            server.saveZone(dayBlocksZoneID(), [](auto) {});
+        } else {
+            remoteDelete(confirmed.id);
+            server.compactTombstones(dayBlocksZoneID());
+        }
+        sync();
+        EXPECT_THAT(log.texts(), ::testing::Contains("Change token expired; refetching in full"));
+        EXPECT_EQ(localBlock(confirmed.id).has_value(), zoneMadeAnew);
+        EXPECT_EQ(serverBlock(confirmed.id).has_value(), zoneMadeAnew);
+        EXPECT_EQ(serverBlock(offline.id), offline);
+        EXPECT_FALSE(storeSync().hasPendingChanges());
+    }
 }
 
 TEST_F(StoreSyncing, PulledBlocksThatNeverReachedTheFileArePulledAgain) {

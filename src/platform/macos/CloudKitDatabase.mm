@@ -35,9 +35,35 @@ NSString* toNS(const std::string& text) {
 
 std::string fromNS(NSString* text) { return text ? std::string(text.UTF8String) : std::string(); }
 
+CloudRecord recordTo(CKRecord* native);
+
 CloudError errorFrom(NSError* error) {
     if (!error) return CloudError{"NSCocoaErrorDomain", 0, "Unknown error"};
-    return CloudError{fromNS(error.domain), static_cast<long>(error.code), fromNS(error.localizedDescription)};
+    CloudError converted{fromNS(error.domain), static_cast<long>(error.code), fromNS(error.localizedDescription)};
+    id server = error.userInfo[CKRecordChangedErrorServerRecordKey];
+    if ([server isKindOfClass:[CKRecord class]]) converted.serverRecord = std::make_shared<const CloudRecord>(recordTo(server));
+    return converted;
+}
+
+// The change tag travels inside the record's system fields, which are the
+// only way to give a new CKRecord the server's version.
+std::string systemFieldsOf(CKRecord* native) {
+    NSKeyedArchiver* archiver = [[NSKeyedArchiver alloc] initRequiringSecureCoding:YES];
+    [native encodeSystemFieldsWithCoder:archiver];
+    [archiver finishEncoding];
+    NSData* data = archiver.encodedData;
+    return std::string(static_cast<const char*>(data.bytes), data.length);
+}
+
+CKRecord* recordWithSystemFields(const std::string& bytes) {
+    NSData* data = [NSData dataWithBytes:bytes.data() length:bytes.size()];
+    NSError* error = nil;
+    NSKeyedUnarchiver* coder = [[NSKeyedUnarchiver alloc] initForReadingFromData:data error:&error];
+    if (!coder) return nil;
+    coder.requiresSecureCoding = YES;
+    CKRecord* native = [[CKRecord alloc] initWithCoder:coder];
+    [coder finishDecoding];
+    return native;
 }
 
 NSDate* toNSDate(Date date) { return [NSDate dateWithTimeIntervalSinceReferenceDate:date.seconds]; }
@@ -55,7 +81,10 @@ CloudRecordID recordIDTo(CKRecordID* id) {
 }
 
 CKRecord* recordFrom(const CloudRecord& record) {
-    CKRecord* native = [[CKRecord alloc] initWithRecordType:toNS(record.recordType) recordID:recordIDFrom(record.recordID)];
+    CKRecord* native = record.changeTag.empty() ? nil : recordWithSystemFields(record.changeTag);
+    if (!native || ![native.recordID.recordName isEqualToString:toNS(record.recordID.recordName)]) {
+        native = [[CKRecord alloc] initWithRecordType:toNS(record.recordType) recordID:recordIDFrom(record.recordID)];
+    }
     for (const auto& [name, value] : record.fields) {
         id<CKRecordValue> nativeValue = nil;
         if (const auto* bytes = std::get_if<Data>(&value)) {
@@ -77,6 +106,7 @@ CloudRecord recordTo(CKRecord* native) {
     record.recordType = fromNS(native.recordType);
     record.recordID = recordIDTo(native.recordID);
     if (native.modificationDate) record.modificationDate = Date(native.modificationDate.timeIntervalSinceReferenceDate);
+    record.changeTag = systemFieldsOf(native);
     for (NSString* key in native.allKeys) {
         id value = native[key];
         if ([value isKindOfClass:[NSData class]]) {
@@ -199,9 +229,12 @@ void CloudKitDatabase::modifyRecords(std::vector<CloudRecord> saving, std::vecto
                                                                                 recordIDsToDelete:ids];
     operation.savePolicy = static_cast<CKRecordSavePolicy>(policy);
     operation.atomic = atomically;
-    operation.perRecordSaveBlock = ^(CKRecordID* recordID, CKRecord*, NSError* error) {
-      results->saveResults.emplace_back(recordIDTo(recordID),
-                                        error ? std::optional<CloudError>(errorFrom(error)) : std::nullopt);
+    operation.perRecordSaveBlock = ^(CKRecordID* recordID, CKRecord* saved, NSError* error) {
+      if (error || !saved) {
+          results->saveResults.emplace_back(recordIDTo(recordID), errorFrom(error));
+      } else {
+          results->saveResults.emplace_back(recordIDTo(recordID), recordTo(saved));
+      }
     };
     operation.perRecordDeleteBlock = ^(CKRecordID* recordID, NSError* error) {
       results->deleteResults.emplace_back(recordIDTo(recordID),

@@ -188,7 +188,7 @@ void CloudFaultInjector::modifyRecords(std::vector<CloudRecord> saving, std::vec
         request,
         [this, saving = std::move(saving), deleting = std::move(deleting), policy, atomically, shared]() mutable {
             // Rejected records never reach the server; their failures join its answer.
-            std::vector<std::pair<CloudRecordID, std::optional<CloudError>>> rejections;
+            std::vector<std::pair<CloudRecordID, CloudResult<CloudRecord>>> rejections;
             {
                 std::lock_guard guard(mutex_);
                 std::erase_if(saving, [&](const CloudRecord& record) {

@@ -134,17 +134,18 @@ constexpr std::int64_t zoneDeletedByUser = 2;
 const char* const tokenPrefix = "standin:";
 
 // A token names a zone generation and a position in its change sequence. A
-// token in the middle of a fetch from the beginning is marked "whole": it
-// skips tombstones and so cannot miss compacted ones.
+// token in the middle of a fetch from the beginning is "whole since" the
+// zone's sequence when that fetch began: it skips the tombstones older than
+// that (the client never had those records) but not the newer ones.
 struct TokenPosition {
     std::int64_t generation = 0;
     std::int64_t sequence = 0;
-    bool whole = false;
+    std::optional<std::int64_t> wholeSince;
 };
 
 std::string tokenBytes(const TokenPosition& position) {
     return tokenPrefix + std::to_string(position.generation) + ":" + std::to_string(position.sequence) +
-           (position.whole ? ":whole" : ":delta");
+           (position.wholeSince ? ":whole@" + std::to_string(*position.wholeSince) : ":delta");
 }
 
 std::optional<TokenPosition> parseToken(const CloudChangeToken& token) {
@@ -157,9 +158,20 @@ std::optional<TokenPosition> parseToken(const CloudChangeToken& token) {
     if (*end != ':') return std::nullopt;
     position.sequence = std::strtoll(end + 1, &end, 10);
     const std::string kind(end);
-    if (kind != ":whole" && kind != ":delta") return std::nullopt;
-    position.whole = kind == ":whole";
+    if (kind.rfind(":whole@", 0) == 0) {
+        const char* since = kind.c_str() + std::strlen(":whole@");
+        position.wholeSince = std::strtoll(since, &end, 10);
+        if (*end != '\0' || end == since) return std::nullopt;
+    } else if (kind != ":delta") {
+        return std::nullopt;
+    }
     return position;
+}
+
+// A record's change tag: its place in the zone's change sequence, which every
+// save advances, within the zone's generation.
+std::string changeTag(std::int64_t generation, std::int64_t sequence) {
+    return std::to_string(generation) + "." + std::to_string(sequence);
 }
 
 CloudError storageError(const std::string& what) {
@@ -297,11 +309,12 @@ CloudResult<CloudZoneChanges> SqliteCloudDatabase::fetchLocked(const CloudZoneID
     if (auto error = zoneError(zoneID.zoneName)) return *error;
     const Zone zone = *loadZone(zoneID.zoneName);
 
-    TokenPosition from{zone.generation, 0, true};
+    TokenPosition from{zone.generation, 0, zone.sequence};
     if (token) {
         const auto parsed = parseToken(*token);
+        // Expired when tombstones it would still need were compacted away.
         if (!parsed || parsed->generation != zone.generation || parsed->sequence > zone.sequence ||
-            (!parsed->whole && parsed->sequence < zone.expiredBefore)) {
+            parsed->wholeSince.value_or(parsed->sequence) < zone.expiredBefore) {
             return CloudError::cloudKit(CloudErrorCode::changeTokenExpired, "The change token has expired");
         }
         from = *parsed;
@@ -326,16 +339,17 @@ CloudResult<CloudZoneChanges> SqliteCloudDatabase::fetchLocked(const CloudZoneID
         last = query.integer(4);
         CloudRecordID recordID{query.text(0), zoneID};
         if (query.integer(5) != 0) {
-            // A client fetching from the beginning has nothing to delete.
-            if (!from.whole) changes.deletions.push_back(std::move(recordID));
+            // A client fetching from the beginning never had what was deleted before it began.
+            if (query.integer(4) > from.wholeSince.value_or(0)) changes.deletions.push_back(std::move(recordID));
             continue;
         }
-        CloudRecord record{query.text(1), recordID, decodeFields(query.text(2)), Date(query.real(3))};
+        CloudRecord record{query.text(1), recordID, decodeFields(query.text(2)), Date(query.real(3)),
+                           changeTag(zone.generation, last)};
         changes.modifications.emplace_back(std::move(recordID), std::move(record));
     }
     if (!changes.moreComing && !query.done()) return storageError(query.error());
-    const TokenPosition next = changes.moreComing ? TokenPosition{zone.generation, last, from.whole}
-                                                  : TokenPosition{zone.generation, zone.sequence, false};
+    const TokenPosition next = changes.moreComing ? TokenPosition{zone.generation, last, from.wholeSince}
+                                                  : TokenPosition{zone.generation, zone.sequence, std::nullopt};
     changes.changeToken = std::make_shared<OpaqueChangeToken>(tokenBytes(next));
     return changes;
 }
@@ -372,10 +386,13 @@ CloudResult<CloudModifyResults> SqliteCloudDatabase::modifyLocked(const std::vec
         }
         return &found->second;
     };
-    const auto liveRecord = [&](const std::string& zone, const std::string& name) {
-        Statement query(db_, "SELECT fields FROM records WHERE account=? AND zone=? AND name=? AND deleted=0");
-        query.bind(1, options_.account).bind(2, zone).bind(3, name);
-        return query.step() ? std::optional<std::string>(query.text(0)) : std::nullopt;
+    const auto liveRecord = [&](const CloudRecordID& id, const Zone& zone) -> std::optional<CloudRecord> {
+        Statement query(db_, "SELECT type, fields, modified, sequence FROM records"
+                             " WHERE account=? AND zone=? AND name=? AND deleted=0");
+        query.bind(1, options_.account).bind(2, id.zoneID.zoneName).bind(3, id.recordName);
+        if (!query.step()) return std::nullopt;
+        return CloudRecord{query.text(0), id, decodeFields(query.text(1)), Date(query.real(2)),
+                           changeTag(zone.generation, query.integer(3))};
     };
 
     CloudModifyResults results;
@@ -411,24 +428,35 @@ CloudResult<CloudModifyResults> SqliteCloudDatabase::modifyLocked(const std::vec
         if (!error && id.recordName.empty()) {
             error = CloudError::cloudKit(CloudErrorCode::invalidArguments, "A record needs a name");
         }
-        std::map<std::string, CloudFieldValue> fields = record.fields;
+        CloudRecord saved = record;
         if (!error) {
-            const auto existing = liveRecord(id.zoneID.zoneName, id.recordName);
-            if (existing && policy == CloudSavePolicy::ifServerRecordUnchanged) {
-                // Records built locally carry no change tag, so any server copy is newer.
-                error = CloudError::cloudKit(CloudErrorCode::serverRecordChanged, "The server record has changed");
+            const auto existing = liveRecord(id, *zone);
+            if (policy == CloudSavePolicy::ifServerRecordUnchanged) {
+                if (existing && existing->changeTag != record.changeTag) {
+                    error = CloudError::cloudKit(CloudErrorCode::serverRecordChanged,
+                                                 record.changeTag.empty() ? "Record to insert already exists"
+                                                                          : "The server record has changed");
+                    error->serverRecord = std::make_shared<const CloudRecord>(*existing);
+                } else if (!existing && !record.changeTag.empty()) {
+                    error = CloudError::cloudKit(CloudErrorCode::unknownItem, "Record to save was deleted");
+                }
             } else if (existing && policy == CloudSavePolicy::changedKeys) {
-                for (auto& [name, value] : decodeFields(*existing)) fields.try_emplace(name, std::move(value));
+                for (const auto& [name, value] : existing->fields) saved.fields.try_emplace(name, value);
             }
         }
-        if (!error) write(id, record.recordType, encodeFields(fields), false, *zone);
+        if (!error) {
+            write(id, record.recordType, encodeFields(saved.fields), false, *zone);
+            saved.modificationDate = now;
+            saved.changeTag = changeTag(zone->generation, zone->sequence);
+        }
         anyFailed = anyFailed || error.has_value();
-        results.saveResults.emplace_back(id, std::move(error));
+        if (error) results.saveResults.emplace_back(id, std::move(*error));
+        else results.saveResults.emplace_back(id, std::move(saved));
     }
     for (const CloudRecordID& id : deleting) {
         std::optional<CloudError> error = zoneError(id.zoneID.zoneName);
         Zone* zone = error ? nullptr : zoneFor(id.zoneID.zoneName);
-        if (!error && !liveRecord(id.zoneID.zoneName, id.recordName)) {
+        if (!error && !liveRecord(id, *zone)) {
             error = CloudError::cloudKit(CloudErrorCode::unknownItem, "Record not found");
         }
         if (!error) write(id, "", "", true, *zone);
@@ -452,7 +480,9 @@ CloudResult<CloudModifyResults> SqliteCloudDatabase::modifyLocked(const std::vec
         sqlite3_exec(db_, "ROLLBACK", nullptr, nullptr, nullptr);
         const CloudError batchFailed =
             CloudError::cloudKit(CloudErrorCode::batchRequestFailed, "Another record of the atomic batch failed");
-        for (auto& [id, error] : results.saveResults) error = error ? error : batchFailed;
+        for (auto& [id, saved] : results.saveResults) {
+            if (saved.ok()) saved = batchFailed;
+        }
         for (auto& [id, error] : results.deleteResults) error = error ? error : batchFailed;
         return results;
     }
@@ -499,11 +529,14 @@ std::map<std::string, CloudRecord> SqliteCloudDatabase::records(const CloudZoneI
     std::lock_guard guard(mutex_);
     std::map<std::string, CloudRecord> found;
     if (!db_) return found;
-    Statement query(db_, "SELECT name, type, fields, modified FROM records WHERE account=? AND zone=? AND deleted=0");
+    const auto live = loadZone(zone.zoneName);
+    if (!live) return found;
+    Statement query(db_,
+                    "SELECT name, type, fields, modified, sequence FROM records WHERE account=? AND zone=? AND deleted=0");
     query.bind(1, options_.account).bind(2, zone.zoneName);
     while (query.step()) {
         CloudRecord record{query.text(1), CloudRecordID{query.text(0), zone}, decodeFields(query.text(2)),
-                           Date(query.real(3))};
+                           Date(query.real(3)), changeTag(live->generation, query.integer(4))};
         found.emplace(record.recordID.recordName, std::move(record));
     }
     return found;

@@ -39,11 +39,12 @@ protected:
         return await<CloudResult<CloudZoneChanges>>([&](auto done) { server.fetchZoneChanges(zone, token, done); });
     }
     CloudResult<CloudModifyResults> modify(std::vector<CloudRecord> saves, std::vector<Uuid> deletes = {},
-                                           bool atomically = false) {
+                                           bool atomically = false,
+                                           CloudSavePolicy policy = CloudSavePolicy::allKeys) {
         std::vector<CloudRecordID> ids;
         for (const Uuid& id : deletes) ids.push_back(CloudRecordID{id.string(), zone});
         return await<CloudResult<CloudModifyResults>>(
-            [&](auto done) { server.modifyRecords(saves, ids, CloudSavePolicy::allKeys, atomically, done); });
+            [&](auto done) { server.modifyRecords(saves, ids, policy, atomically, done); });
     }
 };
 
@@ -77,7 +78,7 @@ TEST_F(StandIn, DeletedZonesAnswerByWhoDeletedThem) {
         server.deleteZone(zone, byUser);
         const long code = byUser ? CloudErrorCode::userDeletedZone : CloudErrorCode::zoneNotFound;
         EXPECT_EQ(fetch(nullptr).error().code, code);
-        EXPECT_EQ(modify({record("2")}).value().saveResults[0].second->code, code);
+        EXPECT_EQ(modify({record("2")}).value().saveResults[0].second.error().code, code);
         EXPECT_FALSE(saveZone());
         EXPECT_TRUE(fetch(nullptr).value().modifications.empty()) << "the records went with the zone";
         EXPECT_EQ(fetch(token).error().code, CloudErrorCode::changeTokenExpired) << "old tokens mean nothing now";
@@ -89,8 +90,48 @@ TEST_F(StandIn, PerRecordOutcomesLimitsAndAtomicity) {
     const std::vector<CloudRecord> tooMany(401, record("x"));
     EXPECT_EQ(modify(tooMany).error().code, CloudErrorCode::limitExceeded);
     const auto atomic = modify({record("kept out")}, {Uuid::random()}, true);
-    EXPECT_EQ(atomic.value().saveResults[0].second->code, CloudErrorCode::batchRequestFailed);
+    EXPECT_EQ(atomic.value().saveResults[0].second.error().code, CloudErrorCode::batchRequestFailed);
     EXPECT_TRUE(server.records(zone).empty()) << "an atomic batch with a failure changes nothing";
+}
+
+// A save that must not overwrite an unseen change names the version it
+// replaces; the server refuses it with its own version when that is stale.
+TEST_F(StandIn, ChangeTagsRefuseSavesOverVersionsNotSeen) {
+    const Uuid id = Uuid::random();
+    const auto save = [&](const std::string& payload, const std::string& tag) {
+        CloudRecord r = record(payload, id);
+        r.changeTag = tag;
+        return modify({r}, {}, false, CloudSavePolicy::ifServerRecordUnchanged).value().saveResults.at(0).second;
+    };
+    const auto first = save("1", "");
+    ASSERT_TRUE(first.ok());
+    const std::string tag1 = first.value().changeTag;
+    EXPECT_EQ(fetch(nullptr).value().modifications.at(0).second.value().changeTag, tag1) << "fetches carry it";
+
+    struct Step {
+        const char* what;
+        std::string tag;
+        long refusal;  // 0: saved
+        std::string serverPayload;
+    };
+    const auto second = save("2", tag1);
+    ASSERT_TRUE(second.ok());
+    const std::string tag2 = second.value().changeTag;
+    EXPECT_NE(tag2, tag1);
+    for (const Step& step : {Step{"fresh record over an existing one", "", CloudErrorCode::serverRecordChanged, "2"},
+                             Step{"stale tag", tag1, CloudErrorCode::serverRecordChanged, "2"}}) {
+        SCOPED_TRACE(step.what);
+        const auto refused = save("3", step.tag);
+        ASSERT_FALSE(refused.ok());
+        EXPECT_EQ(refused.error().code, step.refusal);
+        ASSERT_TRUE(refused.error().serverRecord);
+        EXPECT_EQ(refused.error().serverRecord->changeTag, tag2);
+        EXPECT_EQ(std::get<Data>(refused.error().serverRecord->fields.at(payloadField)).bytes, step.serverPayload);
+    }
+    ASSERT_TRUE(modify({}, {id}).ok());
+    EXPECT_EQ(save("4", tag2).error().code, CloudErrorCode::unknownItem) << "the version it names was deleted";
+    EXPECT_TRUE(save("4", "").ok()) << "a fresh record recreates it";
+    EXPECT_TRUE(modify({record("5", id)}).value().saveResults.at(0).second.ok()) << "overwriting ignores tags";
 }
 
 // Two instances on one file are one account, and the file outlives them; the
