@@ -123,7 +123,7 @@ struct OutsideWrite {
     const char* name;
     bool deleteHere;      // the app deletes Mail after its first save
     // What the other program writes: x, m = the app's Xcode and Mail, n = a new
-    // block, X / O = Xcode edited later / earlier than here; "" writes nothing,
+    // block, X / T / O = Xcode edited later / as late / earlier than here; "" writes nothing,
     // "!" bytes that do not decode.
     const char* outside;
     const char* kept;     // the blocks then in the store and the file
@@ -146,7 +146,7 @@ protected:
     std::vector<MacDayBlock> blocksOf(std::string_view names) {
         std::vector<MacDayBlock> blocks;
         for (char name : names) {
-            blocks.push_back(name == 'x' ? x : name == 'm' ? m : name == 'n' ? n : edited(name == 'X' ? 60 : -60));
+            blocks.push_back(name == 'x' ? x : name == 'm' ? m : name == 'n' ? n : edited(name == 'X' ? 60 : name == 'O' ? -60 : 0));
         }
         return blocks;
     }
@@ -186,6 +186,7 @@ INSTANTIATE_TEST_SUITE_P(
         OutsideWrite{"AddedThere", false, "xmn", "xmn", "n", "", "changed by another program; merged 1 block from it"},
         OutsideWrite{"EditedThereLater", false, "Xm", "Xm", "X", "", "merged 1 block from it"},
         OutsideWrite{"EditedThereEarlier", false, "Om", "xm", "", "", "merged 0 blocks from it"},
+        OutsideWrite{"EditedThereAsLate", false, "Tm", "xm", "", "", "merged 0 blocks from it"},
         OutsideWrite{"DeletedHere", true, "xmn", "xn", "n", "", "merged 1 block from it"},
         OutsideWrite{"DeletedHereAndThere", true, "x", "x", "", "", "merged 0 blocks from it"},
         OutsideWrite{"RemovedThere", false, "x", "xm", "", ".outside", "it lacked 1 block kept here, so it was kept as"},
