@@ -38,6 +38,7 @@ public:
     std::optional<std::string> applicationSupportDirectory() const override { return folder_; }
     bool createDirectories(const std::string&) override { return true; }
     FileRead readFile(const std::string& path) const override { return real_.readFile(path); }
+    std::optional<FileStamp> stamp(const std::string& path) const override { return real_.stamp(path); }
     std::optional<std::string> writeFileAtomically(const std::string&, std::string_view) override { return {}; }
     bool moveFile(const std::string&, const std::string&) override { return false; }
 

@@ -55,7 +55,8 @@ void MacActivityStore::loadBlocks() {
     const std::string& path = blocksFilePath();
     if (!path.empty()) {
         std::string why;
-        switch (readBlocksFile(path, why)) {
+        FileJoin join;
+        switch (readBlocksFile(path, why, join, true)) {
             case FileState::loaded:
                 return;
             case FileState::unread:
@@ -78,12 +79,17 @@ void MacActivityStore::loadBlocks() {
 
 // Only a file read whole that does not decode is unreadable (and kept aside);
 // a failed read or a lack of memory says nothing about the file, so it stays
-// where it is and unread. What is read joins the blocks already here, the
-// newer version of a block winning.
-MacActivityStore::FileState MacActivityStore::readBlocksFile(const std::string& path, std::string& why) {
-    const FileRead file = files_.readFile(path);
+// where it is and unread. What is read joins the blocks already here.
+MacActivityStore::FileState MacActivityStore::readBlocksFile(const std::string& path, std::string& why,
+                                                             FileJoin& join, bool loading) {
+    // Stamped before reading, so a write in between is at worst read twice.
+    const auto stamp = files_.stamp(path);
+    FileRead file = files_.readFile(path);
     if (file.status == FileRead::Status::missing) {
         blocksFileUnread_ = false;
+        blocksFileKnown_ = true;
+        fileStamp_.reset();
+        fileIds_.clear();
         return FileState::absent;
     }
     blocksFileUnread_ = true;
@@ -98,38 +104,99 @@ MacActivityStore::FileState MacActivityStore::readBlocksFile(const std::string& 
         return FileState::unread;
     }
     blocksFileUnread_ = false;
+    blocksFileKnown_ = true;
     if (!decoded) {
-        keepUnreadableFile(path, file.bytes, reason);
+        keepUnreadableFile(path, file.bytes, reason, loading);
+        fileStamp_ = files_.stamp(path);
+        fileIds_.clear();
         return FileState::absent;
     }
-    if (!blocks_.all().empty()) {
-        std::unordered_map<Uuid, std::size_t> index;
-        for (std::size_t i = 0; i < decoded->size(); ++i) index.emplace((*decoded)[i].id, i);
-        for (const MacDayBlock& block : blocks_.all()) {
-            const auto found = index.find(block.id);
-            if (found == index.end()) decoded->push_back(block);
-            else if (block.lastModified() > (*decoded)[found->second].lastModified()) (*decoded)[found->second] = block;
+    std::unordered_set<Uuid> ids;
+    for (const MacDayBlock& block : *decoded) ids.insert(block.id);
+    join = joinFileBlocks(std::move(*decoded));
+    join.bytes = std::move(file.bytes);
+    fileStamp_ = stamp;
+    fileIds_ = std::move(ids);
+    return FileState::loaded;
+}
+
+// A block only in the file comes in, unless it was deleted here since the
+// file was last read or written; of a block in both, the newer version stays
+// (the one here on a tie).
+MacActivityStore::FileJoin MacActivityStore::joinFileBlocks(std::vector<MacDayBlock> file) {
+    FileJoin join;
+    std::unordered_map<Uuid, std::size_t> here;
+    for (std::size_t i = 0; i < blocks_.size(); ++i) here.emplace(blocks_[i].id, i);
+    std::vector<bool> matched(blocks_.size());
+    std::vector<MacDayBlock> result;
+    result.reserve(file.size() + blocks_.size());
+    for (MacDayBlock& block : file) {
+        const auto found = here.find(block.id);
+        if (found == here.end()) {
+            if (fileIds_.contains(block.id)) continue;
+        } else {
+            if (matched[found->second]) continue;
+            matched[found->second] = true;
+            const MacDayBlock& mine = blocks_[found->second];
+            if (!(block.lastModified() > mine.lastModified())) {
+                result.push_back(mine);
+                continue;
+            }
         }
-        std::stable_sort(decoded->begin(), decoded->end(), [](const MacDayBlock& a, const MacDayBlock& b) {
+        join.taken.push_back(block);
+        result.push_back(std::move(block));
+    }
+    for (std::size_t i = 0; i < blocks_.size(); ++i) {
+        if (matched[i]) continue;
+        if (fileIds_.contains(blocks_[i].id)) ++join.lacking;
+        result.push_back(blocks_[i]);
+    }
+    if (!blocks_.all().empty()) {
+        std::stable_sort(result.begin(), result.end(), [](const MacDayBlock& a, const MacDayBlock& b) {
             return a.effectiveStart() < b.effectiveStart();
         });
     }
-    blocks_.replace(std::move(*decoded));
-    return FileState::loaded;
+    blocks_.replace(std::move(result));
+    return join;
+}
+
+// What another program wrote goes up like a new block. A file that lacks
+// blocks kept here (removed there, or an old copy put back) is kept beside,
+// so what it removed is not lost unseen.
+void MacActivityStore::takeOutsideWrite(const std::string& path, const FileJoin& join) {
+    if (!join.taken.empty()) markDirtyAndUpload(join.taken);
+    const auto blocks = [](std::size_t n) { return std::to_string(n) + (n == 1 ? " block" : " blocks"); };
+    output_ << "Plenda: blocks.json was changed by another program; merged " << blocks(join.taken.size())
+            << " from it";
+    if (join.lacking > 0) {
+        const std::string copy = copyPathBeside(path, "outside");
+        if (!files_.writeFileAtomically(copy, join.bytes)) {
+            output_ << "; it lacked " << blocks(join.lacking) << " kept here, so it was kept as " << copy;
+        } else {
+            output_ << "; it lacked " << blocks(join.lacking) << " kept here and no copy of it could be kept at "
+                    << copy;
+        }
+    }
+    output_ << std::endl;
+}
+
+std::string MacActivityStore::copyPathBeside(const std::string& path, std::string_view kind) const {
+    std::string stamp = isoUtcText(clock_.now());
+    std::erase_if(stamp, [](char c) { return c == '-' || c == ':'; });
+    return path + "." + std::string(kind) + "-" + stamp;
 }
 
 // A block file that exists but cannot be used would be replaced by the next
 // save; keep it beside the new one so nothing of the user's is lost.
 void MacActivityStore::keepUnreadableFile(const std::string& path, const std::string& bytes,
-                                          const std::string& reason) {
-    std::string stamp = isoUtcText(clock_.now());
-    std::erase_if(stamp, [](char c) { return c == '-' || c == ':'; });
-    const std::string copy = path + ".unreadable-" + stamp;
+                                          const std::string& reason, bool loading) {
+    const std::string copy = copyPathBeside(path, "unreadable");
     const bool kept = bytes.empty() ? files_.moveFile(path, copy)
                                     : !files_.writeFileAtomically(copy, bytes).has_value();
     if (kept) {
         output_ << "Plenda: the block file could not be read (" << reason << "); kept it as " << copy
-                << " and started without its blocks" << std::endl;
+                << (loading ? " and started without its blocks" : " and saved the blocks here in its place")
+                << std::endl;
     } else {
         output_ << "Plenda: the block file could not be read (" << reason
                 << ") and no copy of it could be kept at " << copy << std::endl;
@@ -143,14 +210,24 @@ bool MacActivityStore::saveNow() {
     }
     const std::string& path = blocksFilePath();
     if (path.empty()) return false;
-    if (blocksFileUnread_) {
+    // Unread since launch, or written by another program since this store read or wrote it.
+    const bool known = blocksFileKnown_;
+    if (blocksFileUnread_ || files_.stamp(path) != fileStamp_) {
         std::string why;
-        if (readBlocksFile(path, why) == FileState::unread) return false;
+        FileJoin join;
+        const FileState state = readBlocksFile(path, why, join, false);
+        if (state == FileState::unread) return false;
+        if (known && state == FileState::loaded) takeOutsideWrite(path, join);
         publish();
     }
     const auto bytes = encodeBlocks(blocks_.all());
     if (!bytes) return false;
-    return !files_.writeFileAtomically(path, *bytes).has_value();
+    if (files_.writeFileAtomically(path, *bytes)) return false;
+    blocksFileKnown_ = true;
+    fileStamp_ = files_.stamp(path);
+    fileIds_.clear();
+    for (const MacDayBlock& block : blocks_.all()) fileIds_.insert(block.id);
+    return true;
 }
 
 void MacActivityStore::scheduleSave() {

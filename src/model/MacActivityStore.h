@@ -9,6 +9,7 @@
 #include "model/BlockList.h"
 #include "model/MacDayBlock.h"
 #include "base/Observers.h"
+#include "platform/Files.h"
 #include "platform/Scheduler.h"
 #include "model/StoreSync.h"
 
@@ -18,6 +19,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 namespace plenda {
@@ -25,7 +27,6 @@ namespace plenda {
 class Calendar;
 class Clock;
 class Defaults;
-class Files;
 class StringTable;
 
 // The single owner of every block of every day: the block file, session
@@ -110,10 +111,20 @@ public:
 
 private:
     enum class FileState { loaded, absent, unread };
+    // What reading the block file brought into the blocks here.
+    struct FileJoin {
+        std::vector<MacDayBlock> taken;  // the file's version won or was the only one
+        std::size_t lacking = 0;         // blocks of the last file, still here, missing from this one
+        std::string bytes;
+    };
     void loadBlocks();
-    FileState readBlocksFile(const std::string& path, std::string& why);
+    FileState readBlocksFile(const std::string& path, std::string& why, FileJoin& join, bool loading);
+    FileJoin joinFileBlocks(std::vector<MacDayBlock> file);
+    void takeOutsideWrite(const std::string& path, const FileJoin& join);
     void splitMidnightSpanningBlocks();
-    void keepUnreadableFile(const std::string& path, const std::string& bytes, const std::string& reason);
+    std::string copyPathBeside(const std::string& path, std::string_view kind) const;
+    void keepUnreadableFile(const std::string& path, const std::string& bytes, const std::string& reason,
+                            bool loading);
     void publish() { observers_.notify(); }
     // Main-thread task that uploads after an edit.
     void startUpload(std::vector<MacDayBlock> blocks, std::function<void()> finished = {});
@@ -140,6 +151,12 @@ private:
     std::optional<std::string> blocksFilePath_;
     // The file exists but could not be read yet: nothing may replace it.
     bool blocksFileUnread_ = false;
+    // The block file as this store last read or wrote it: another stamp means
+    // another program wrote it since, and the ids tell a block deleted here
+    // from one that program added.
+    std::optional<FileStamp> fileStamp_;
+    std::unordered_set<Uuid> fileIds_;
+    bool blocksFileKnown_ = false;  // read (or found missing) or written once
     ObserverList observers_;
     Lifetime lifetime_;
 };

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <compare>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -15,6 +17,14 @@ struct FileRead {
     std::string error;  // why it failed, for diagnostics
 };
 
+// Enough of a file's metadata to tell that something replaced or rewrote it.
+struct FileStamp {
+    std::uint64_t size = 0;
+    std::int64_t modifiedNanoseconds = 0;
+    std::uint64_t fileId = 0;  // inode (with its device) where there is one
+    bool operator==(const FileStamp&) const = default;
+};
+
 // The file system as the program uses it. Everything it creates is readable
 // by the user alone (0700 folders, 0600 files).
 class Files {
@@ -26,6 +36,8 @@ public:
     // Creates the folder and any missing parents; false on failure.
     virtual bool createDirectories(const std::string& path) = 0;
     virtual FileRead readFile(const std::string& path) const = 0;
+    // Without reading the file; nothing when it is missing or cannot be looked at.
+    virtual std::optional<FileStamp> stamp(const std::string& path) const = 0;
     // Writes into a temporary file that then replaces `path`, so a reader
     // never sees half a file. Returns the reason on failure.
     virtual std::optional<std::string> writeFileAtomically(const std::string& path,

@@ -66,6 +66,20 @@ TEST_F(HostileValues, AFileThatCannotBeReadIsLeftAloneAndJoinedOnceItCanBe) {
     ASSERT_EQ(saved->size(), 3u);
     EXPECT_EQ(saved->front(), earlier);
     EXPECT_EQ(store->blocks(), *saved);
+
+    // The same for another program's write that cannot be read yet, whose block then goes up.
+    const MacDayBlock outside = makeBlock("Outside", MacBlockCategory::work, at(2023, 1, 1, 8), at(2023, 1, 1, 9));
+    const std::string rewritten = *encodeBlocks({outside, earlier, saved->at(1), saved->at(2)});
+    files.writeFromOutside(blocksPath, rewritten);
+    files.unreadable.insert(blocksPath);
+    EXPECT_FALSE(store->saveNow());
+    EXPECT_EQ(files.files.at(blocksPath), rewritten);
+    files.unreadable.clear();
+    EXPECT_TRUE(store->saveNow());
+    EXPECT_EQ(store->blocks().front(), outside);
+    EXPECT_EQ(*decodeBlocks(files.files.at(blocksPath)), store->blocks());
+    EXPECT_EQ(dirtyIDs().count(outside.id), 1u);
+    EXPECT_NE(output.str().find("merged 1 block from it\n"), std::string::npos) << output.str();
 }
 
 }  // namespace

@@ -118,6 +118,82 @@ TEST_F(StorePersistence, FailedWriteKeepsThePreviousFileAndTheNextSaveRetries) {
     EXPECT_EQ(store->blocks().size(), 1u);
 }
 
+// Another program rewrites the block file between two saves of the app.
+struct OutsideWrite {
+    const char* name;
+    bool deleteHere;      // the app deletes Mail after its first save
+    // What the other program writes: x, m = the app's Xcode and Mail, n = a new
+    // block, X / T / O = Xcode edited later / as late / earlier than here; "" writes nothing,
+    // "!" bytes that do not decode.
+    const char* outside;
+    const char* kept;     // the blocks then in the store and the file
+    const char* dirty;    // those the merge marks for upload
+    const char* copy;     // the kind of copy kept beside the file, if any
+    const char* says;     // part of the line printed; "" for none
+};
+
+class OutsideWrites : public StorePersistence, public ::testing::WithParamInterface<OutsideWrite> {
+protected:
+    MacDayBlock x = makeBlock("Xcode", MacBlockCategory::work, at(2023, 1, 1, 9), at(2023, 1, 1, 10));
+    MacDayBlock m = makeBlock("Mail", MacBlockCategory::work, at(2023, 1, 1, 11), at(2023, 1, 1, 12));
+    MacDayBlock n = makeBlock("Notes", MacBlockCategory::work, at(2023, 1, 1, 13), at(2023, 1, 1, 14));
+    MacDayBlock edited(double seconds) {
+        MacDayBlock block = x;
+        block.title = "Xcode beta";
+        block.modifiedAt = *x.modifiedAt + seconds;
+        return block;
+    }
+    std::vector<MacDayBlock> blocksOf(std::string_view names) {
+        std::vector<MacDayBlock> blocks;
+        for (char name : names) {
+            blocks.push_back(name == 'x' ? x : name == 'm' ? m : name == 'n' ? n : edited(name == 'X' ? 60 : name == 'O' ? -60 : 0));
+        }
+        return blocks;
+    }
+};
+
+TEST_P(OutsideWrites, AreMergedOrKeptBesideAndNeverDropped) {
+    const OutsideWrite& c = GetParam();
+    files.files[blocksPath] = fileOf({x, m});
+    makeStore();
+    ASSERT_TRUE(store->saveNow());
+    if (c.deleteHere) store->deleteSummary("Mail", MacBlockCategory::work);
+    const std::string outside = std::string_view(c.outside) == "!" ? "[{\"id\":" : fileOf(blocksOf(c.outside));
+    if (*c.outside) files.writeFromOutside(blocksPath, outside);
+    const int reads = files.readCount;
+    store->scheduleSave();
+    scheduler.advance(1);
+
+    EXPECT_EQ(store->blocks(), blocksOf(c.kept));
+    EXPECT_EQ(savedBlocks(), store->blocks());
+    IdSet dirty;
+    for (const MacDayBlock& block : blocksOf(c.dirty)) dirty.insert(block.id);
+    EXPECT_EQ(dirtyIDs(), dirty);
+    EXPECT_EQ(files.readCount, reads + (*c.outside ? 1 : 0)) << "the file is read again only when it changed";
+    const std::string copy = std::string(blocksPath) + c.copy + "-20230101T000000Z";
+    EXPECT_EQ(files.files.size(), *c.copy ? 2u : 1u);
+    if (*c.copy) {
+        EXPECT_EQ(files.files[copy], outside);
+    }
+    // No line at all unless something was merged or kept.
+    const std::string_view says = *c.says ? c.says : "Plenda:";
+    EXPECT_EQ(output.str().find(says) != std::string::npos, *c.says != 0) << output.str();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, OutsideWrites,
+    ::testing::Values(
+        OutsideWrite{"AddedThere", false, "xmn", "xmn", "n", "", "changed by another program; merged 1 block from it"},
+        OutsideWrite{"EditedThereLater", false, "Xm", "Xm", "X", "", "merged 1 block from it"},
+        OutsideWrite{"EditedThereEarlier", false, "Om", "xm", "", "", "merged 0 blocks from it"},
+        OutsideWrite{"EditedThereAsLate", false, "Tm", "xm", "", "", "merged 0 blocks from it"},
+        OutsideWrite{"DeletedHere", true, "xmn", "xn", "n", "", "merged 1 block from it"},
+        OutsideWrite{"DeletedHereAndThere", true, "x", "x", "", "", "merged 0 blocks from it"},
+        OutsideWrite{"RemovedThere", false, "x", "xm", "", ".outside", "it lacked 1 block kept here, so it was kept as"},
+        OutsideWrite{"Undecodable", false, "!", "xm", "", ".unreadable", "kept it as"},
+        OutsideWrite{"NoWrite", false, "", "xm", "", "", ""}),
+    [](const auto& info) { return std::string(info.param.name); });
+
 TEST(CloudSyncSwitch, OnlyTheTextOneSwitchesSyncOff) {
     EXPECT_TRUE(cloudSyncDisabledBy("1"));
     for (const char* value : {static_cast<const char*>(nullptr), "true", "yes", "0", "", " 1", "1 ", "11"}) {

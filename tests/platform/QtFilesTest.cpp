@@ -27,7 +27,14 @@ TEST(QtFiles, UserOnlyFilesAreWrittenReadAndMovedTellingMissingFromFailed) {
     EXPECT_EQ(modeOf(folder), 0700u);
     EXPECT_TRUE(files.createDirectories(folder)) << "an existing folder is fine";
     EXPECT_EQ(files.readFile(file).status, FileRead::Status::missing);
+    EXPECT_FALSE(files.stamp(file));
+    ASSERT_FALSE(files.writeFileAtomically(file, "[0,0]"));
+    const auto first = files.stamp(file);
+    ASSERT_TRUE(first);
+    EXPECT_EQ(first->size, 5u);
+    EXPECT_EQ(files.stamp(file), first);
     ASSERT_FALSE(files.writeFileAtomically(file, "[1,2]"));
+    EXPECT_NE(files.stamp(file), first) << "rewritten at once with as many bytes";
     EXPECT_EQ(modeOf(file), 0600u);
     const FileRead read = files.readFile(file);
     EXPECT_EQ(read.status, FileRead::Status::ok);

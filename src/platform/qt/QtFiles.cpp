@@ -6,6 +6,8 @@
 #include <QSaveFile>
 #include <QStandardPaths>
 
+#include <sys/stat.h>
+
 namespace plenda {
 
 namespace {
@@ -56,6 +58,22 @@ FileRead QtFiles::readFile(const std::string& path) const {
     if (done != size || file.error() != QFileDevice::NoError)
         return {FileRead::Status::failed, {}, file.errorString().toStdString()};
     return result;
+}
+
+std::optional<FileStamp> QtFiles::stamp(const std::string& path) const {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0) return std::nullopt;
+#ifdef __APPLE__
+    const timespec modified = status.st_mtimespec;
+#else
+    const timespec modified = status.st_mtim;
+#endif
+    // An atomic replace gives the file a new inode even when size and time match.
+    return FileStamp{
+        .size = static_cast<std::uint64_t>(status.st_size),
+        .modifiedNanoseconds = std::int64_t(modified.tv_sec) * 1'000'000'000 + modified.tv_nsec,
+        .fileId = static_cast<std::uint64_t>(status.st_ino) ^ (static_cast<std::uint64_t>(status.st_dev) << 40),
+    };
 }
 
 std::optional<std::string> QtFiles::writeFileAtomically(const std::string& path, std::string_view bytes) {

@@ -15,6 +15,7 @@ public:
     std::optional<std::string> applicationSupportDirectory() const override;
     bool createDirectories(const std::string& path) override;
     FileRead readFile(const std::string& path) const override;
+    std::optional<FileStamp> stamp(const std::string& path) const override;
     std::optional<std::string> writeFileAtomically(const std::string& path, std::string_view bytes) override;
     bool moveFile(const std::string& from, const std::string& to) override;
 
