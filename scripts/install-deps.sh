@@ -10,6 +10,8 @@ packages=(
   libx11-dev libxss-dev libxcb-screensaver0-dev libgl-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   xvfb openbox xdotool wmctrl x11-utils xterm
+  # The quit test locks the cloud stand-in from another process.
+  sqlite3
   # The sanitizer builds and libFuzzer; llvm-19 symbolizes their reports,
   # which the ThreadSanitizer suppressions need.
   clang-19 libclang-rt-19-dev llvm-19

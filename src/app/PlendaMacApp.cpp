@@ -32,6 +32,7 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <iostream>
@@ -206,8 +207,10 @@ int PlendaMacApp::run() {
     defaults_->synchronize();
     // Everything is saved by now. A cloud request that never returns (a
     // stand-in locked by another process) must not hold the quit past its
-    // bound: leave without waiting for the worker.
-    if (!scheduler_->stopWorker(250)) {
+    // bound: the worker gets what is left of it, at most a quarter second,
+    // and is left behind when still busy.
+    const qint64 left = quitDeadline_.isForever() ? 250 : std::clamp<qint64>(quitDeadline_.remainingTime(), 0, 250);
+    if (!scheduler_->stopWorker(int(left))) {
         std::cout << std::flush;
         std::_Exit(status);
     }
@@ -296,6 +299,8 @@ void PlendaMacApp::requestTermination() {
         QCoreApplication::exit(0);
         return;
     }
+    if (quitDeadline_.isForever())
+        quitDeadline_.setRemainingTime(std::chrono::milliseconds(std::llround(MacAppDelegate::terminateLimit * 1000)));
     if (delegate_->applicationShouldTerminate() == MacAppDelegate::TerminateReply::now) {
         quitting_ = true;
         QCoreApplication::exit(0);

@@ -5,6 +5,7 @@
 #include "ui/PanelCommands.h"
 
 #include <QApplication>
+#include <QDeadlineTimer>
 #include <QPointer>
 
 #include <memory>
@@ -86,6 +87,8 @@ private:
     QSystemTrayIcon* trayIcon_ = nullptr;
     bool showsMenuBarIcon_ = false;
     bool quitting_ = false;
+    // The end of the bounded wait at quitting, from the first request.
+    QDeadlineTimer quitDeadline_{QDeadlineTimer::Forever};
 };
 
 }  // namespace plenda

@@ -1,13 +1,16 @@
 #include "app/SingleInstance.h"
 
+#include "app/ShowRequests.h"
+
 #include <QFile>
 #include <QLocalSocket>
+
+#include <memory>
 
 namespace plenda {
 
 namespace {
 
-constexpr QByteArrayView showRequest = "show\n";
 constexpr int answerMilliseconds = 1000;
 
 }  // namespace
@@ -36,9 +39,11 @@ bool SingleInstance::claim() {
     QObject::connect(&server_, &QLocalServer::newConnection, &server_, [this] {
         while (QLocalSocket* client = server_.nextPendingConnection()) {
             QObject::connect(client, &QLocalSocket::disconnected, client, &QObject::deleteLater);
-            QObject::connect(client, &QLocalSocket::readyRead, client, [this, client] {
-                if (client->readAll().contains(showRequest.toByteArray()) && show_) show_();
-            });
+            QObject::connect(client, &QLocalSocket::readyRead, client,
+                             [this, client, reader = std::make_shared<ShowRequestReader>()] {
+                                 const QByteArray bytes = client->readAll();
+                                 if (reader->feed({bytes.constData(), std::size_t(bytes.size())}) > 0 && show_) show_();
+                             });
         }
     });
     return true;
@@ -48,7 +53,7 @@ bool SingleInstance::askRunningInstanceToShow() {
     QLocalSocket socket;
     socket.connectToServer(socketPath_);
     if (!socket.waitForConnected(answerMilliseconds)) return false;
-    socket.write(showRequest.data(), showRequest.size());
+    socket.write(showRequestLine.data(), qint64(showRequestLine.size()));
     const bool sent = socket.waitForBytesWritten(answerMilliseconds);
     socket.disconnectFromServer();
     return sent;

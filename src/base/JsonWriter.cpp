@@ -113,7 +113,12 @@ void JsonWriter::number(double value) {
         text_ += "null";
         return;
     }
+    const std::size_t start = text_.size();
     text_ += shortestText(value);
+    // A whole number written out in digits past the 64-bit integers is no
+    // number at all to a reader that takes digits without a point as an
+    // integer (simdjson, reading the block file, refuses it): add a point.
+    if (std::fabs(value) >= 0x1p63 && text_.find_first_of(".e", start) == std::string::npos) text_ += ".0";
 }
 
 void JsonWriter::boolean(bool value) {
