@@ -17,6 +17,8 @@ packages=(
   clang-19 libclang-rt-19-dev llvm-19
   # The macOS type-check reads CMake's compile_commands.json.
   jq
+  # The install test validates the desktop entry.
+  desktop-file-utils
 )
 
 missing=()

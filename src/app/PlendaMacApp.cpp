@@ -97,6 +97,8 @@ PlendaMacApp::PlendaMacApp(int& argc, char** argv) : QApplication(argc, argv) {
     setApplicationName(QStringLiteral("Plenda"));
     setOrganizationName(QStringLiteral("Plenda"));
     setOrganizationDomain(QStringLiteral("plenda.app"));
+    // The installed desktop entry's id, which windows announce to the desktop.
+    setDesktopFileName(QStringLiteral("plenda"));
     // A menu-bar utility: closing its last window does not end it.
     setQuitOnLastWindowClosed(false);
 }

@@ -2,6 +2,8 @@
 
 #include "base/Text.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 
 namespace plenda {
@@ -54,6 +56,13 @@ void X11Workspace::activeWindowChanged() {
 RunningApplication X11Workspace::describe(xcb_window_t window) const {
     RunningApplication app;
     app.processIdentifier = x11_.processIdentifier(window).value_or(0);
+    // Our own windows carry our own id, whatever desktop entries say, so
+    // Plenda never records itself.
+    if (app.processIdentifier == ::getpid()) {
+        app.bundleIdentifier = ownBundleIdentifier_;
+        app.localizedName = "Plenda";
+        return app;
+    }
     std::string instance, windowClass;
     if (const auto wmClass = x11_.bytes(window, XCB_ATOM_WM_CLASS)) {
         const std::string& bytes = wmClass->bytes;
