@@ -17,17 +17,25 @@ export PLENDA_DISABLE_CLOUD_SYNC=1 PLENDA_FAKE_NOTCH="200x32@656"
 echo '{"minimumSessionSeconds": 1}' >"$out/config/Plenda/Plenda.json"
 
 pids=()
-cleanup() { for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done; wait 2>/dev/null || true; }
+# The display goes last, after the programs on it.
+cleanup() {
+  for ((i = ${#pids[@]} - 1; i >= 0; i--)); do kill "${pids[i]}" 2>/dev/null || true; wait "${pids[i]}" 2>/dev/null || true; done
+}
 trap cleanup EXIT
 within() { local seconds=$1; shift; for _ in $(seq $((seconds * 10))); do "$@" && return 0; sleep 0.1; done; return 1; }
 
+# Our own virtual display: Xvfb names it on a pipe once it accepts clients,
+# so there is no guessing how long a busy machine takes.
+exec 3<> <(:)
+Xvfb -displayfd 3 -screen 0 1512x982x24 -nolisten tcp >"$out/xvfb.log" 2>&1 &
+pids+=($!)
+read -r -t 60 display <&3 || { echo "the virtual display did not start" >&2; exit 1; }
+export DISPLAY=":$display"
 # xprop exits 0 even when the property is missing: look for the window id.
 openbox_ready() { xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q "window id"; }
-# The virtual display may still be coming up.
-within 10 xprop -root >/dev/null 2>&1 || { echo "the virtual display did not start" >&2; exit 1; }
 openbox >"$out/openbox.log" 2>&1 &
 pids+=($!)
-within 5 openbox_ready || { echo "openbox did not start" >&2; exit 1; }
+within 60 openbox_ready || { echo "openbox did not start" >&2; cat "$out/openbox.log" >&2; exit 1; }
 xterm -class Terminal -title "plenda — bash" -geometry 80x20+40+120 -e sleep 300 &
 pids+=($!)
 xterm -class Notes -title "Notes" -geometry 60x16+620+420 -e sleep 300 &

@@ -17,4 +17,4 @@ if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ]; then
   exec "$plenda" "$@"
 fi
 echo "No display found: running Plenda on a virtual display (Xvfb) with a short scripted activity instead."
-exec xvfb-run -a -s "-screen 0 1512x982x24" bash scripts/demo.sh "$plenda" "$PWD/build/$preset/demo"
+exec bash scripts/demo.sh "$plenda" "$PWD/build/$preset/demo"
