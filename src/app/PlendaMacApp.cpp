@@ -189,7 +189,7 @@ int PlendaMacApp::run() {
 
     delegate_ = std::make_unique<MacAppDelegate>(MacAppDelegate::Dependencies{
         *scheduler_, *clock_, *defaults_, *services_.workspace, *services_.accessibility, store_, tracker_,
-        [this] { notch_->show(*store_, *tracker_); }, [this] { keeper_->applyStoredVisibility(); },
+        [this] { notch_->show(*store_, *tracker_); }, [this] { keeper_->applyStoredVisibility(!showsMenuBarIcon_ || QSystemTrayIcon::isSystemTrayAvailable()); },
         [this] {
             quitting_ = true;
             QCoreApplication::exit(0);
@@ -232,7 +232,7 @@ void PlendaMacApp::makeDayWindow() {
 
 void PlendaMacApp::makeMenuBarItem() {
     if (!QSystemTrayIcon::isSystemTrayAvailable()) {
-        std::cerr << "plenda: no system tray; open the day window to use Plenda\n";
+        std::cerr << "plenda: no system tray; the day window opens at every start\n";
     }
     QIcon icon(icons_->symbol("square.grid.2x2.fill", 16, QFont::Normal, Qt::black, devicePixelRatio()));
     icon.setIsMask(true);  // a template image: the menu bar tints it

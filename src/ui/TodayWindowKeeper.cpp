@@ -29,9 +29,9 @@ void TodayWindowKeeper::attach() {
     }
 }
 
-void TodayWindowKeeper::applyStoredVisibility() {
+void TodayWindowKeeper::applyStoredVisibility(bool canBeReopened) {
     attach();
-    if (!defaults_.object(visibilityKey)) return;
+    if (!canBeReopened || !defaults_.object(visibilityKey)) return;
     if (!defaults_.boolValue(visibilityKey) && window_) window_->hide();
 }
 

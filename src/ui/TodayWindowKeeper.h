@@ -22,7 +22,9 @@ public:
     TodayWindowKeeper(Defaults& defaults, std::function<void()> activate);
 
     void attach();
-    void applyStoredVisibility();
+    // Hides the window if it was closed at the last run, unless nothing else
+    // on screen (a menu-bar or tray item, the notch) could bring it back.
+    void applyStoredVisibility(bool canBeReopened);
     void show();
     QWidget* window() const { return window_; }
 

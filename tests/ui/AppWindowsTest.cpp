@@ -180,7 +180,7 @@ TEST_F(KeeperTest, ClosingHidesShowBringsBackTheSameWindowAndTheNextLaunchRememb
     auto day = window("Plenda");
     day->setGeometry(100, 120, 700, 500);
     day->show();
-    keeper->applyStoredVisibility();
+    keeper->applyStoredVisibility(true);
     EXPECT_TRUE(day->isVisible()) << "nothing stored: as the window opened";
     EXPECT_FALSE(stored());
     EXPECT_FALSE(day->close()) << "never really closed";
@@ -193,7 +193,7 @@ TEST_F(KeeperTest, ClosingHidesShowBringsBackTheSameWindowAndTheNextLaunchRememb
     EXPECT_EQ(day->geometry(), QRect(100, 120, 700, 500));
     EXPECT_EQ(activations, 1);
     EXPECT_EQ(stored(), DefaultsValue(true));
-    keeper->applyStoredVisibility();
+    keeper->applyStoredVisibility(true);
     EXPECT_TRUE(day->isVisible());
 
     // Closed again; the next launch keeps it hidden.
@@ -202,8 +202,12 @@ TEST_F(KeeperTest, ClosingHidesShowBringsBackTheSameWindowAndTheNextLaunchRememb
     keeper = std::make_unique<TodayWindowKeeper>(defaults, [] {});
     auto next = window("Plenda");
     next->show();
-    keeper->applyStoredVisibility();
+    keeper->applyStoredVisibility(true);
     EXPECT_FALSE(next->isVisible());
+    // Without a tray or notch to bring it back, every launch shows it.
+    next->show();
+    keeper->applyStoredVisibility(false);
+    EXPECT_TRUE(next->isVisible());
 }
 
 TEST_F(KeeperTest, RaisedWindowsWithTheTitleAreNeverAdopted) {
