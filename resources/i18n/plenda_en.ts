@@ -263,5 +263,33 @@
             <numerusform>%n sessions</numerusform>
         </translation>
     </message>
+    <message id="Site addresses and editor project names become block titles and sync to your private iCloud database. Nothing is sent anywhere else. Pause tracking from the menu to stop recording entirely.@linux">
+        <source>Window and editor project names become block titles, kept in your data folder where only you can read them. Nothing is sent anywhere. Pause tracking from the menu to stop recording entirely.</source>
+        <translation>Window and editor project names become block titles, kept in your data folder where only you can read them. Nothing is sent anywhere. Pause tracking from the menu to stop recording entirely.</translation>
+    </message>
+    <message id="mac.settings.privacy.standin">
+        <source>Blocks are also copied to %1, the sync file named by PLENDA_CLOUD_STORE.</source>
+        <translation>Blocks are also copied to %1, the sync file named by PLENDA_CLOUD_STORE.</translation>
+    </message>
+    <message id="mac.sync.synced@linux">
+        <source>Synced</source>
+        <translation>Synced</translation>
+    </message>
+    <message id="mac.sync.local@linux">
+        <source>Saved on this computer</source>
+        <translation>Saved on this computer</translation>
+    </message>
+    <message id="mac.sync.unavailable@linux">
+        <source>Cloud sync off</source>
+        <translation>Cloud sync off</translation>
+    </message>
+    <message id="mac.settings.launch.note@linux">
+        <source>Plenda starts in the system tray when you log in.</source>
+        <translation>Plenda starts in the system tray when you log in.</translation>
+    </message>
+    <message id="mac.settings.browser.unavailable">
+        <source>Not available on Linux</source>
+        <translation>Not available on Linux</translation>
+    </message>
 </context>
 </TS>

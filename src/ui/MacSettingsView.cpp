@@ -19,6 +19,8 @@
 #include <QTabWidget>
 #include <QVBoxLayout>
 
+#include <cstdlib>
+
 namespace plenda {
 
 namespace {
@@ -186,23 +188,31 @@ QWidget* MacSettingsView::privacyTab() {
     form->addRow(localized("mac.settings.browser"), browserHolder);
     form->addRow(localized("mac.settings.projects"), accessibilityHolder);
     outer->addLayout(form);
-    outer->addWidget(caption(localized("Site addresses and editor project names become block titles and sync to your "
-                                       "private iCloud database. Nothing is sent anywhere else. Pause tracking from "
-                                       "the menu to stop recording entirely."),
-                             tab));
+    QString note = localized("Site addresses and editor project names become block titles and sync to your "
+                             "private iCloud database. Nothing is sent anywhere else. Pause tracking from "
+                             "the menu to stop recording entirely.");
+#ifndef __APPLE__
+    // Off the Mac the only copy elsewhere is the stand-in file, when one is named.
+    if (const char* store = std::getenv("PLENDA_CLOUD_STORE"); store && *store) {
+        note += QLatin1Char(' ') + localized("mac.settings.privacy.standin").arg(QString::fromLocal8Bit(store));
+    }
+#endif
+    outer->addWidget(caption(note, tab));
     outer->addStretch();
     refreshPermissions();
     return tab;
 }
 
+QWidget* MacSettingsView::statusLabel(const QString& text) {
+    auto* label = new QLabel(text);
+    QPalette palette = label->palette();
+    palette.setColor(QPalette::WindowText, toQColor(Palette::textSecondary, appearanceOf(*this)));
+    label->setPalette(palette);
+    return label;
+}
+
 QWidget* MacSettingsView::permissionItem(bool allowed, const char* grantKey, std::function<void()> grant) {
-    if (allowed) {
-        auto* label = new QLabel(localized("Allowed"));
-        QPalette palette = label->palette();
-        palette.setColor(QPalette::WindowText, toQColor(Palette::textSecondary, appearanceOf(*this)));
-        label->setPalette(palette);
-        return label;
-    }
+    if (allowed) return statusLabel(localized("Allowed"));
     auto* button = new QPushButton(localized(grantKey));
     connect(button, &QPushButton::clicked, this, [this, grant = std::move(grant)] {
         grant();
@@ -219,9 +229,14 @@ void MacSettingsView::refreshPermissions() {
         }
         row->addWidget(item, 0, Qt::AlignLeft);
     };
+#ifdef __APPLE__
     replace(browserRow_, permissionItem(!tracker_.browserTabs().browserAutomationDenied(),
                                         "mac.settings.grant.automation",
                                         [this] { tracker_.browserTabs().requestBrowserAutomation(); }));
+#else
+    // Browsers take no automation scripts here: there is nothing to allow.
+    replace(browserRow_, statusLabel(localized("mac.settings.browser.unavailable")));
+#endif
     replace(accessibilityRow_, permissionItem(accessibility_.isTrusted(), "mac.settings.grant.accessibility",
                                               [this] { accessibility_.requestTrust(); }));
 }

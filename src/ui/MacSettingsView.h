@@ -60,6 +60,7 @@ private:
     QWidget* privacyTab();
     void rebuildIgnoredRows();
     QWidget* permissionItem(bool allowed, const char* grantKey, std::function<void()> grant);
+    QWidget* statusLabel(const QString& text);
 
     Defaults& defaults_;
     MacAppTracker& tracker_;

@@ -1,5 +1,7 @@
 #include "ui/ViewStyle.h"
 
+#include "platform/qt/QtStringTable.h"
+
 #include "ui/SystemFonts.h"
 
 #include <QApplication>
@@ -73,10 +75,7 @@ QString shownTitle(std::string_view title) {
     return shown;
 }
 
-QString localized(std::string_view key) {
-    const std::string id(key);
-    return qtTrId(id.c_str());
-}
+QString localized(std::string_view key) { return QtStringTable::lookup(key); }
 
 }  // namespace plenda
 

@@ -1,4 +1,5 @@
 #include "model/MacBlockCategory.h"
+#include "platform/qt/QtStringTable.h"
 #include "ui/ViewFixture.h"
 
 #include <QDirIterator>
@@ -46,6 +47,25 @@ TEST_F(StringTableTest, EveryKeyHasAText) {
         keys.insert(QString::fromUtf8(labelKey(category).data(), qsizetype(labelKey(category).size())));
     for (const QString& key : keys)
         EXPECT_FALSE(english.translate(nullptr, key.toUtf8().constData()).isEmpty()) << key.toStdString();
+}
+
+// What Linux shows never speaks of the Mac's services; macOS keeps its texts.
+TEST_F(StringTableTest, NoTextShownOffTheMacNamesMacServices) {
+    QFile table(QStringLiteral(PLENDA_SOURCE_DIR "/resources/i18n/plenda_en.ts"));
+    ASSERT_TRUE(table.open(QIODevice::ReadOnly));
+    static const QRegularExpression id(QStringLiteral("<message id=\"([^\"@]*)\""));
+    static const QRegularExpression macWords(QStringLiteral("iCloud|this Mac|menu bar"));
+    int checked = 0;
+    for (auto match = id.globalMatch(QString::fromUtf8(table.readAll())); match.hasNext(); ++checked) {
+        const QString key = match.next().captured(1).replace(QStringLiteral("&amp;"), QStringLiteral("&"));
+        const QString shown = QtStringTable::lookup(key.toStdString());
+#ifdef __APPLE__
+        EXPECT_EQ(shown, qtTrId(key.toUtf8().constData()));
+#else
+        EXPECT_FALSE(shown.contains(macWords)) << key.toStdString() << ": " << shown.toStdString();
+#endif
+    }
+    EXPECT_GT(checked, 50);
 }
 
 TEST_F(StringTableTest, FormatsTakeTheirArguments) {

@@ -1,12 +1,16 @@
 #include "platform/qt/QtStringTable.h"
 
-#include <QString>
-
 namespace plenda {
 
-std::string QtStringTable::text(std::string_view key) const {
+QString QtStringTable::lookup(std::string_view key) {
     const std::string id(key);
-    return qtTrId(id.c_str()).toStdString();
+#ifndef __APPLE__
+    const std::string variant = id + "@linux";
+    if (QString text = qtTrId(variant.c_str()); text != QLatin1String(variant.c_str())) return text;
+#endif
+    return qtTrId(id.c_str());
 }
+
+std::string QtStringTable::text(std::string_view key) const { return lookup(key).toStdString(); }
 
 }  // namespace plenda
