@@ -18,6 +18,7 @@
 #include "ui/NotchPanelController.h"
 #include "ui/TodayView.h"
 #include "ui/TodayWindowKeeper.h"
+#include "ui/WindowPlacement.h"
 #include "ui/Translations.h"
 #include "ui/ViewStyle.h"
 #include "sync/MacCloudSync.h"
@@ -179,6 +180,8 @@ int PlendaMacApp::run() {
     auto* settings = appMenu->addAction(localized("mac.settings"), this, [this] { openSettingsWindow(); });
     settings->setMenuRole(QAction::PreferencesRole);
     settings->setShortcut(QKeySequence::Preferences);
+    // Linux desktops have no standard one; Ctrl+, is what their apps use.
+    if (settings->shortcut().isEmpty()) settings->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
     auto* quit = appMenu->addAction(localized("mac.quit"), this, [this] { requestTermination(); });
     quit->setMenuRole(QAction::QuitRole);
     quit->setShortcut(QKeySequence::Quit);
@@ -189,7 +192,8 @@ int PlendaMacApp::run() {
 
     delegate_ = std::make_unique<MacAppDelegate>(MacAppDelegate::Dependencies{
         *scheduler_, *clock_, *defaults_, *services_.workspace, *services_.accessibility, store_, tracker_,
-        [this] { notch_->show(*store_, *tracker_); }, [this] { keeper_->applyStoredVisibility(!showsMenuBarIcon_ || QSystemTrayIcon::isSystemTrayAvailable()); },
+        [this] { notch_->show(*store_, *tracker_); },
+        [this] { keeper_->applyStoredVisibility(!showsMenuBarIcon_ || QSystemTrayIcon::isSystemTrayAvailable()); },
         [this] {
             quitting_ = true;
             QCoreApplication::exit(0);
@@ -203,6 +207,7 @@ int PlendaMacApp::run() {
         manager.setRestartHint(QSessionManager::RestartNever);
     });
 
+    placeWhollyOnPointerScreen(*dayWindow_);
     dayWindow_->show();
     QTimer::singleShot(0, this, [this] { delegate_->applicationDidFinishLaunching(); });
     const int status = exec();
@@ -271,6 +276,7 @@ void PlendaMacApp::showMenuBarPanel() {
 void PlendaMacApp::openDayWindow() {
     if (menuPanel_) menuPanel_->hide();
     services_.activateIgnoringOtherApps();
+    placeWhollyOnPointerScreen(*dayWindow_);
     dayWindow_->show();
     // In a later turn, bring the one day window forward; the notch panel shares its title but not its level.
     QTimer::singleShot(0, this, [] {
@@ -286,10 +292,13 @@ void PlendaMacApp::openDayWindow() {
 void PlendaMacApp::openSettingsWindow() {
     if (menuPanel_) menuPanel_->hide();
     services_.activateIgnoringOtherApps();
-    if (!settingsWindow_) {
+    // Made afresh at each opening, so it shows the login item and the ignored
+    // list as they are now, not as they were the first time.
+    if (!settingsWindow_ || !settingsWindow_->isVisible()) {
         settingsWindow_ = std::make_unique<MacSettingsView>(MacSettingsView::Dependencies{
             *defaults_, *tracker_, *services_.loginItem, *services_.accessibility, *icons_, std::cout});
         settingsWindow_->setWindowTitle(localized("mac.settings"));
+        placeWhollyOnPointerScreen(*settingsWindow_);
     }
     settingsWindow_->show();
     settingsWindow_->raise();

@@ -1,5 +1,7 @@
 #include "ui/TodayWindowKeeper.h"
 
+#include "ui/WindowPlacement.h"
+
 #include "platform/Defaults.h"
 
 #include <QApplication>
@@ -39,6 +41,7 @@ void TodayWindowKeeper::show() {
     attach();
     if (activate_) activate_();
     if (window_) {
+        placeWhollyOnPointerScreen(*window_);
         window_->show();
         window_->raise();
         window_->activateWindow();

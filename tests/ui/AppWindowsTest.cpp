@@ -5,9 +5,12 @@
 #include "ui/NotchPanelController.h"
 #include "ui/NotchView.h"
 #include "ui/TodayWindowKeeper.h"
+#include "ui/WindowPlacement.h"
 #include "ui/ViewFixture.h"
 #include "views/Spring.h"
 
+#include <QGuiApplication>
+#include <QScreen>
 #include <gtest/gtest.h>
 
 namespace plenda {
@@ -178,7 +181,7 @@ protected:
 
 TEST_F(KeeperTest, ClosingHidesShowBringsBackTheSameWindowAndTheNextLaunchRemembers) {
     auto day = window("Plenda");
-    day->setGeometry(100, 120, 700, 500);
+    day->setGeometry(50, 40, 700, 500);
     day->show();
     keeper->applyStoredVisibility(true);
     EXPECT_TRUE(day->isVisible()) << "nothing stored: as the window opened";
@@ -190,7 +193,7 @@ TEST_F(KeeperTest, ClosingHidesShowBringsBackTheSameWindowAndTheNextLaunchRememb
     keeper->show();
     EXPECT_EQ(keeper->window(), day.get());
     EXPECT_TRUE(day->isVisible());
-    EXPECT_EQ(day->geometry(), QRect(100, 120, 700, 500));
+    EXPECT_EQ(day->geometry(), QRect(50, 40, 700, 500));
     EXPECT_EQ(activations, 1);
     EXPECT_EQ(stored(), DefaultsValue(true));
     keeper->applyStoredVisibility(true);
@@ -208,6 +211,32 @@ TEST_F(KeeperTest, ClosingHidesShowBringsBackTheSameWindowAndTheNextLaunchRememb
     next->show();
     keeper->applyStoredVisibility(false);
     EXPECT_TRUE(next->isVisible());
+}
+
+// Windows open wholly on the pointer's screen: left alone when they fit,
+// brought in when partly off it, shrunk when larger.
+TEST_F(KeeperTest, WindowsOpenWhollyOnThePointersScreen) {
+    const QRect room = QGuiApplication::primaryScreen()->availableGeometry();
+    const struct {
+        const char* name;
+        QRect before;
+        bool stays;
+    } cases[] = {
+        {"inside", QRect(room.topLeft() + QPoint(10, 10), QSize(300, 200)), true},
+        {"partly off", QRect(room.bottomRight() - QPoint(100, 100), QSize(300, 200)), false},
+        {"on no screen", QRect(room.right() + 500, room.top(), 300, 200), false},
+        {"taller than the screen", QRect(room.topLeft(), room.size() + QSize(0, 300)), false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        auto day = window("Plenda");
+        day->setGeometry(c.before);
+        placeWhollyOnPointerScreen(*day);
+        EXPECT_TRUE(room.contains(day->frameGeometry())) << "the whole window is on the screen";
+        if (c.stays) {
+            EXPECT_EQ(day->geometry(), c.before);
+        }
+    }
 }
 
 TEST_F(KeeperTest, RaisedWindowsWithTheTitleAreNeverAdopted) {
