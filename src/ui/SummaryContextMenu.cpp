@@ -5,6 +5,8 @@
 #include "views/DurationText.h"
 #include "ui/ViewStyle.h"
 
+#include <QActionGroup>
+
 namespace plenda {
 
 SummaryContextMenu::SummaryContextMenu(MacActivitySummary summary, MacActivityStore& store, QWidget* parent)
@@ -16,9 +18,13 @@ SummaryContextMenu::SummaryContextMenu(MacActivitySummary summary, MacActivitySt
     addSeparator();
 
     categoryMenu_ = addMenu(localized("mac.category"));
+    // One category at a time: radio items, not check boxes.
+    auto* choice = new QActionGroup(categoryMenu_);
+    choice->setExclusive(true);
     for (MacBlockCategory category : allCategories) {
         QAction* action = categoryMenu_->addAction(localized(labelKey(category)));
         action->setCheckable(true);
+        action->setActionGroup(choice);
         action->setChecked(category == summary.category);
         connect(action, &QAction::triggered, this,
                 [&store, summary, category] { changeCategory(store, summary, category); });

@@ -7,6 +7,7 @@
 #include "ui/TodayView.h"
 #include "ui/TreemapView.h"
 
+#include <QActionGroup>
 #include <QFontMetricsF>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -85,7 +86,10 @@ TEST_F(TodayViewTest, DayButtonsHeaderActionsContextMenuAndAppearance) {
     EXPECT_FALSE(menu.actions()[0]->isEnabled());
     const auto categories = menu.categoryMenu()->actions();
     QStringList names;  // the checked one marked
-    for (QAction* a : categories) names << a->text() + (a->isChecked() ? " ✓" : "");
+    for (QAction* a : categories) {
+        names << a->text() + (a->isChecked() ? " ✓" : "");
+        EXPECT_TRUE(a->actionGroup() && a->actionGroup()->isExclusive()) << "one category, shown as radio items";
+    }
     ASSERT_EQ(names, (QStringList{"Mind", "Body", "Work ✓", "Social", "Self-care", "Meals", "Entertainment", "Chores",
                                   "Commute", "Sleep"}));
     categories[0]->trigger();  // Mind
