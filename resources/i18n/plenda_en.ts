@@ -128,6 +128,14 @@
         <source>Allow reading project names…</source>
         <translation>Allow reading project names…</translation>
     </message>
+    <message id="mac.day.previous">
+        <source>Previous day</source>
+        <translation>Previous day</translation>
+    </message>
+    <message id="mac.day.next">
+        <source>Next day</source>
+        <translation>Next day</translation>
+    </message>
     <message id="mac.sync.now">
         <source>Sync now</source>
         <translation>Sync now</translation>

@@ -28,6 +28,17 @@ void SymbolButton::paintEvent(QPaintEvent*) {
                                          toQColor(color_, appearance, opacity), devicePixelRatioF());
     const QPointF origin((width() - symbolPoints) / 2.0, (height() - symbolPoints) / 2.0);
     painter.drawPixmap(origin, pixmap);
+    // Reached with Tab only (see the focus policy), so the ring means the keyboard.
+    if (hasFocus()) {
+        painter.setPen(QPen(toQColor(Palette::accent, appearance, 0.8), 2));
+        painter.setBrush(Qt::NoBrush);
+        painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 6, 6);
+    }
+}
+
+void SymbolButton::setHelp(const QString& text) {
+    setToolTip(text);
+    setAccessibleName(text);
 }
 
 void SymbolButton::enterEvent(QEnterEvent* event) {

@@ -19,6 +19,8 @@ public:
     static constexpr int side = 26;
     static constexpr int symbolPoints = 15;  // 13-point symbols draw about this tall
     const std::string& symbolName() const { return symbol_; }
+    // What the button does, for the pointer (tooltip) and for screen readers.
+    void setHelp(const QString& text);
     QSize sizeHint() const override { return {side, side}; }
 
 protected:

@@ -15,6 +15,7 @@
 #include "ui/ViewStyle.h"
 
 #include <QEvent>
+#include <QKeyEvent>
 #include <QPainter>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -58,8 +59,11 @@ TodayView::TodayView(MacActivityStore& store, const Clock& clock, const Calendar
     setMinimumSize(int(DayWindowLayout::minimumWidth), int(DayWindowLayout::minimumHeight));
     resize(minimumSize());
 
-    sync_->setToolTip(localized("mac.sync.now"));
-    settings_->setToolTip(localized("mac.settings"));
+    previous_->setHelp(localized("mac.day.previous"));
+    next_->setHelp(localized("mac.day.next"));
+    sync_->setHelp(localized("mac.sync.now"));
+    settings_->setHelp(localized("mac.settings"));
+    setFocusPolicy(Qt::StrongFocus);
     connect(previous_, &QAbstractButton::clicked, this, [this] { store_.shiftSelectedDate(-1); });
     connect(next_, &QAbstractButton::clicked, this, [this] { store_.shiftSelectedDate(1); });
     connect(sync_, &QAbstractButton::clicked, this, [this] {
@@ -102,6 +106,16 @@ TodayView::TodayView(MacActivityStore& store, const Clock& clock, const Calendar
 }
 
 TodayView::~TodayView() = default;
+
+void TodayView::keyPressEvent(QKeyEvent* event) {
+    // Left and right step through the days as the header's arrows do, and
+    // stop where they are disabled.
+    if (event->key() == Qt::Key_Left || event->key() == Qt::Key_Right) {
+        (event->key() == Qt::Key_Left ? previous_ : next_)->click();
+        return;
+    }
+    QWidget::keyPressEvent(event);
+}
 
 std::vector<ActivityRow*> TodayView::rows() const {
     return {rowPool_.begin(), rowPool_.begin() + std::ptrdiff_t(std::min(rowPool_.size(), summaries_.size()))};

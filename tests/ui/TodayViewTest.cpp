@@ -9,6 +9,7 @@
 
 #include <QActionGroup>
 #include <QFontMetricsF>
+#include <QKeyEvent>
 #include <QScrollArea>
 #include <QScrollBar>
 
@@ -58,6 +59,14 @@ TEST_F(TodayViewTest, DayButtonsHeaderActionsContextMenuAndAppearance) {
     EXPECT_TRUE(v.isShowingEmptyState());
     EXPECT_TRUE(v.nextDayButton()->isEnabled());
     ASSERT_TRUE(v.previousDayButton()->isEnabled());
+    const auto press = [&](Qt::Key key) {
+        QKeyEvent event(QEvent::KeyPress, key, Qt::NoModifier);
+        QCoreApplication::sendEvent(&v, &event);
+    };
+    for (const auto& [key, title] : {std::pair{Qt::Key_Right, "Today"}, {Qt::Key_Right, "Today"}, {Qt::Key_Left, "Tuesday"}}) {
+        press(key);
+        EXPECT_EQ(v.titleText(), title) << "the arrow keys step as the header's arrows, no further";
+    }
     v.previousDayButton()->click();
     EXPECT_EQ(v.titleText(), "Monday");
     EXPECT_FALSE(v.isShowingEmptyState());
@@ -76,8 +85,11 @@ TEST_F(TodayViewTest, DayButtonsHeaderActionsContextMenuAndAppearance) {
     EXPECT_TRUE(v.syncButton()->isEnabled());
     v.settingsButton()->click();
     EXPECT_EQ(settingsCalls, 1);
-    EXPECT_EQ(v.syncButton()->toolTip(), "Sync now");
-    EXPECT_EQ(v.settingsButton()->toolTip(), "Settings");
+    for (const auto& [button, help] : {std::pair{v.previousDayButton(), "Previous day"}, {v.nextDayButton(), "Next day"},
+                                       {v.syncButton(), "Sync now"}, {v.settingsButton(), "Settings"}}) {
+        EXPECT_EQ(button->toolTip(), help);
+        EXPECT_EQ(button->accessibleName(), help) << "screen readers name every control";
+    }
 
     SummaryContextMenu menu(v.rows()[0]->summary(), *store);
     QStringList texts;
