@@ -61,6 +61,29 @@ std::vector<std::string> segmentsOf(std::string_view title) {
     return segments;
 }
 
+// VS Code and its builds as Linux names them (desktop entry or window class):
+// their titles separate with a plain hyphen and end with the editor's own
+// name, "main.rs - engine - Visual Studio Code".
+bool isHyphenatedCodeEditor(std::string_view id) {
+    static const std::vector<std::string_view> editors{"code", "code-oss", "code-insiders", "codium",
+                                                       "Code", "Code - OSS", "VSCodium"};
+    return std::find(editors.begin(), editors.end(), id) != editors.end();
+}
+
+std::optional<std::string> hyphenatedProject(std::string_view title) {
+    std::vector<std::string_view> parts;
+    const std::string_view whole = trimmed(title);
+    for (std::size_t at = 0;;) {
+        const auto found = whole.find(" - ", at);
+        parts.push_back(trimmed(whole.substr(at, found == std::string_view::npos ? found : found - at)));
+        if (found == std::string_view::npos) break;
+        at = found + 3;
+    }
+    // "file - folder - editor": with fewer parts the one left could be a file.
+    if (parts.size() < 3 || parts[parts.size() - 2].empty()) return std::nullopt;
+    return std::string(parts[parts.size() - 2]);
+}
+
 bool isLastSegmentEditor(std::string_view id) {
     const auto& editors = lastSegmentEditors();
     return std::find(editors.begin(), editors.end(), id) != editors.end();
@@ -73,6 +96,7 @@ std::optional<std::string> projectName(const std::optional<std::string>& bundleI
     if (!bundleIdentifier) return std::nullopt;
     const std::string_view id = *bundleIdentifier;
 
+    if (isHyphenatedCodeEditor(id)) return hyphenatedProject(title);
     if (isLastSegmentEditor(id)) {
         if (segments.size() < 2) return std::nullopt;
         return segments.back();
