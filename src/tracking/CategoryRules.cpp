@@ -58,6 +58,24 @@ const std::vector<CategoryKeywordRow>& categoryKeywordTable() {
     return table;
 }
 
+const std::vector<CategoryKeywordRow>& linuxCategoryKeywordTable() {
+    using C = MacBlockCategory;
+    // Desktop-entry ids and window classes as Debian's packages name them.
+    static const std::vector<CategoryKeywordRow> table = {
+        {C::work,
+         {"jetbrains", "intellij", "pycharm", "clion", "goland", "webstorm", "rider", "android-studio",
+          "kdevelop", "qtcreator", "eclipse", "gedit", "gnome.texteditor", "kde.kate", "kwrite", "mousepad",
+          "geany", "sublime", "emacs", "vim", "konsole", "xterm", "alacritty", "kitty", "tilix", "terminator",
+          "urxvt", "wezterm", "libreoffice", "soffice", "onlyoffice", "thunderbird", "evolution", "geary",
+          "kmail", "gimp", "inkscape", "krita", "dbeaver", "postman"}},
+        {C::mind,
+         {"firefox", "chromium", "chrome", "brave", "epiphany", "vivaldi", "opera", "falkon", "evince",
+          "okular", "zathura", "foliate", "calibre"}},
+        {C::entertainment, {"vlc", "mpv", "totem", "rhythmbox", "lutris"}},
+    };
+    return table;
+}
+
 std::optional<MacBlockCategory> categoryOverride(const Defaults& defaults, std::string_view title) {
     const auto overrides = readOverrides(defaults);
     const auto found = overrides.find(lowercased(title));
@@ -72,11 +90,14 @@ void setCategoryOverride(Defaults& defaults, std::string_view title, MacBlockCat
     defaults.set(categoryOverridesKey, std::move(dictionary));
 }
 
-MacBlockCategory classifyCategory(std::string_view text, bool hasHost) {
+MacBlockCategory classifyCategory(std::string_view text, bool hasHost, bool withLinuxRows) {
     const std::string lower = lowercased(text);
-    for (const CategoryKeywordRow& row : categoryKeywordTable()) {
-        for (std::string_view keyword : row.keywords) {
-            if (lower.find(keyword) != std::string::npos) return row.category;
+    for (const auto* table : {&categoryKeywordTable(), withLinuxRows ? &linuxCategoryKeywordTable() : nullptr}) {
+        if (!table) continue;
+        for (const CategoryKeywordRow& row : *table) {
+            for (std::string_view keyword : row.keywords) {
+                if (lower.find(keyword) != std::string::npos) return row.category;
+            }
         }
     }
     return hasHost ? MacBlockCategory::mind : MacBlockCategory::entertainment;

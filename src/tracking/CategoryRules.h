@@ -29,8 +29,19 @@ void setCategoryOverride(Defaults& defaults, std::string_view title, MacBlockCat
 // What the store calls when a category is chosen: setCategoryOverride on `defaults`.
 std::function<void(std::string_view title, MacBlockCategory category)> categoryOverrideWriter(Defaults& defaults);
 
+// Rows for the programs a Linux desktop runs (IDEs, editors, terminals,
+// office, mail, browsers), consulted after the seven.
+const std::vector<CategoryKeywordRow>& linuxCategoryKeywordTable();
+
+// Where the build runs: Linux adds its rows; macOS keeps the seven alone.
+#ifdef __APPLE__
+inline constexpr bool linuxKeywordRows = false;
+#else
+inline constexpr bool linuxKeywordRows = true;
+#endif
+
 // Keyword classification of "label host bundleId"; without a keyword hit a
 // session with a web host is reading (mind), anything else entertainment.
-MacBlockCategory classifyCategory(std::string_view text, bool hasHost);
+MacBlockCategory classifyCategory(std::string_view text, bool hasHost, bool withLinuxRows = linuxKeywordRows);
 
 }  // namespace plenda

@@ -13,7 +13,9 @@ using C = MacBlockCategory;
 
 // Titles are lower-cased before matching: a keyword with a capital never matches.
 TEST(KeywordTable, KeywordsAreLowerCase) {
-    for (const auto& row : categoryKeywordTable()) {
+    std::vector<CategoryKeywordRow> rows = categoryKeywordTable();
+    rows.insert(rows.end(), linuxCategoryKeywordTable().begin(), linuxCategoryKeywordTable().end());
+    for (const auto& row : rows) {
         for (std::string_view keyword : row.keywords) {
             EXPECT_FALSE(std::ranges::any_of(keyword, [](unsigned char c) { return std::isupper(c); })) << keyword;
         }
@@ -43,7 +45,28 @@ TEST(Classification, FirstKeywordInTableOrderWins) {
         {"Messages  com.apple.MobileSMS", false, C::social},
         {"Mail  com.apple.mail", false, C::work}};
     for (const auto& [text, hasHost, expected] : cases) {
-        EXPECT_EQ(classifyCategory(text, hasHost), expected) << text << " " << hasHost;
+        EXPECT_EQ(classifyCategory(text, hasHost, false), expected) << text << " " << hasHost;
+        EXPECT_EQ(classifyCategory(text, hasHost, true), expected) << "the Linux rows come after: " << text;
+    }
+}
+
+// What a Linux user runs, by its desktop-entry id or window class; macOS
+// keeps its seven rows alone.
+TEST(Classification, LinuxProgramsFindTheirCategoryOnLinuxOnly) {
+    const std::tuple<const char*, bool, C> cases[] = {
+        {"IntelliJ IDEA · webapp  jetbrains-idea", false, C::work},
+        {"Konsole  org.kde.konsole", false, C::work},
+        {"LibreOffice Writer  libreoffice-writer", false, C::work},
+        {"Thunderbird  org.mozilla.thunderbird", false, C::work},
+        {"Kate  org.kde.kate", false, C::work},
+        {"Firefox  firefox-esr", false, C::mind},
+        {"Chromium  chromium", false, C::mind},
+        {"VLC  vlc", false, C::entertainment},
+        {"Skate Videos  org.example.skate", false, C::entertainment},
+    };
+    for (const auto& [text, hasHost, expected] : cases) {
+        EXPECT_EQ(classifyCategory(text, hasHost, true), expected) << text;
+        EXPECT_EQ(classifyCategory(text, hasHost, false), C::entertainment) << "not on macOS: " << text;
     }
 }
 
