@@ -76,6 +76,10 @@
         <source>Category</source>
         <translation>Category</translation>
     </message>
+    <message id="mac.category.application">
+        <source>Always for %1</source>
+        <translation>Always for %1</translation>
+    </message>
     <message id="mac.delete">
         <source>Delete</source>
         <translation>Delete</translation>

@@ -230,6 +230,9 @@ void PlendaMacApp::makeDayWindow() {
         QTimer::singleShot(0, this, [this] { store_->syncNow(); });
     };
     actions.openSettings = [this] { openSettingsWindow(); };
+    actions.chooseCategoryForApplication = [this](std::string_view application, MacBlockCategory category) {
+        setApplicationCategoryOverride(*defaults_, application, category);
+    };
     todayView_ = new TodayView(*store_, *clock_, *calendar_, *icons_, actions);
     dayWindow_ = std::make_unique<DayWindow>(todayView_, services_.configureDayWindow);
     dayWindow_->setObjectName(QStringLiteral("today"));

@@ -11,9 +11,10 @@ namespace {
 
 // The overrides as a title -> raw value map; a value that is not text makes
 // the whole dictionary count as empty.
-std::map<std::string, std::string> readOverrides(const Defaults& defaults) {
+std::map<std::string, std::string> readOverrides(const Defaults& defaults,
+                                                std::string_view key = categoryOverridesKey) {
     std::map<std::string, std::string> overrides;
-    const auto stored = defaults.dictionary(categoryOverridesKey);
+    const auto stored = defaults.dictionary(key);
     if (!stored) return overrides;
     for (const auto& [key, value] : *stored) {
         const auto* text = std::get_if<std::string>(&value.value);
@@ -21,6 +22,20 @@ std::map<std::string, std::string> readOverrides(const Defaults& defaults) {
         overrides.emplace(key, *text);
     }
     return overrides;
+}
+
+std::optional<MacBlockCategory> overrideIn(const Defaults& defaults, std::string_view key, std::string_view name) {
+    const auto overrides = readOverrides(defaults, key);
+    const auto found = overrides.find(lowercased(name));
+    if (found == overrides.end()) return std::nullopt;
+    return categoryFromRawValue(found->second);
+}
+
+void setOverrideIn(Defaults& defaults, std::string_view key, std::string_view name, MacBlockCategory category) {
+    DefaultsValue::Dictionary dictionary;
+    for (auto& [stored, value] : readOverrides(defaults, key)) dictionary.emplace(stored, value);
+    dictionary.insert_or_assign(lowercased(name), std::string(rawValue(category)));
+    defaults.set(key, std::move(dictionary));
 }
 
 }  // namespace
@@ -77,17 +92,26 @@ const std::vector<CategoryKeywordRow>& linuxCategoryKeywordTable() {
 }
 
 std::optional<MacBlockCategory> categoryOverride(const Defaults& defaults, std::string_view title) {
-    const auto overrides = readOverrides(defaults);
-    const auto found = overrides.find(lowercased(title));
-    if (found == overrides.end()) return std::nullopt;
-    return categoryFromRawValue(found->second);
+    return overrideIn(defaults, categoryOverridesKey, title);
 }
 
 void setCategoryOverride(Defaults& defaults, std::string_view title, MacBlockCategory category) {
-    DefaultsValue::Dictionary dictionary;
-    for (auto& [key, value] : readOverrides(defaults)) dictionary.emplace(key, value);
-    dictionary.insert_or_assign(lowercased(title), std::string(rawValue(category)));
-    defaults.set(categoryOverridesKey, std::move(dictionary));
+    setOverrideIn(defaults, categoryOverridesKey, title, category);
+}
+
+std::optional<MacBlockCategory> applicationCategoryOverride(const Defaults& defaults, std::string_view application) {
+    return overrideIn(defaults, applicationCategoryOverridesKey, application);
+}
+
+void setApplicationCategoryOverride(Defaults& defaults, std::string_view application, MacBlockCategory category) {
+    setOverrideIn(defaults, applicationCategoryOverridesKey, application, category);
+}
+
+std::optional<std::string_view> applicationOfTitle(std::string_view title) {
+    constexpr std::string_view separator = " \u00B7 ";
+    const auto at = title.find(separator);
+    if (at == std::string_view::npos || at == 0) return std::nullopt;
+    return title.substr(0, at);
 }
 
 MacBlockCategory classifyCategory(std::string_view text, bool hasHost, bool withLinuxRows) {

@@ -26,6 +26,15 @@ inline constexpr std::string_view categoryOverridesKey = "categoryOverrides";
 std::optional<MacBlockCategory> categoryOverride(const Defaults& defaults, std::string_view title);
 // Remembers the user's choice for every later session with this title (case-insensitive).
 void setCategoryOverride(Defaults& defaults, std::string_view title, MacBlockCategory category);
+// Chosen "always for this application": sessions of an application (by its
+// name, the part of a title before " · ") whose title has no override of its
+// own. Kept apart from the per-title overrides, which keep their meaning.
+inline constexpr std::string_view applicationCategoryOverridesKey = "applicationCategoryOverrides";
+std::optional<MacBlockCategory> applicationCategoryOverride(const Defaults& defaults, std::string_view application);
+void setApplicationCategoryOverride(Defaults& defaults, std::string_view application, MacBlockCategory category);
+// The application a title names before its project, if it names one.
+std::optional<std::string_view> applicationOfTitle(std::string_view title);
+
 // What the store calls when a category is chosen: setCategoryOverride on `defaults`.
 std::function<void(std::string_view title, MacBlockCategory category)> categoryOverrideWriter(Defaults& defaults);
 

@@ -119,6 +119,7 @@ void MacAppTracker::commitSession(Date end) {
     if (sessionStartedAt_ && currentAppName_ && isLongEnough(end - *sessionStartedAt_)) {
         const std::string& title = *currentAppName_;
         auto category = categoryOverride(defaults_, title);
+        if (!category && currentAppLabel_) category = applicationCategoryOverride(defaults_, *currentAppLabel_);
         if (!category) {
             const std::string key = currentAppLabel_.value_or(title) + " " + currentHost_.value_or("") + " " +
                                     currentBundleIdentifier_.value_or("");

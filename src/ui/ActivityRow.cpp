@@ -130,7 +130,7 @@ void ActivityRow::leaveEvent(QEvent* event) {
 }
 
 void ActivityRow::contextMenuEvent(QContextMenuEvent* event) {
-    SummaryContextMenu menu(summary_, store_, this);
+    SummaryContextMenu menu(summary_, store_, this, chooseForApplication_);
     menu.exec(event->globalPos());
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ui/SummaryContextMenu.h"
 #include "views/MacActivitySummary.h"
 
 #include <QWidget>
@@ -18,6 +19,7 @@ public:
     static constexpr int verticalInset = 4;
 
     ActivityRow(MacActivityStore& store, const Calendar& calendar, QWidget* parent = nullptr);
+    void setApplicationCategoryChooser(ApplicationCategoryChooser chooser) { chooseForApplication_ = std::move(chooser); }
 
     void setSummary(MacActivitySummary summary);
     const MacActivitySummary& summary() const { return summary_; }
@@ -37,6 +39,7 @@ protected:
 
 private:
     MacActivityStore& store_;
+    ApplicationCategoryChooser chooseForApplication_;
     const Calendar& calendar_;
     MacActivitySummary summary_;
     bool isHovering_ = false;

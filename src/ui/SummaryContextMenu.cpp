@@ -2,6 +2,7 @@
 
 #include "model/MacActivityStore.h"
 #include "views/ActivitySummaries.h"
+#include "tracking/CategoryRules.h"
 #include "views/DurationText.h"
 #include "ui/ViewStyle.h"
 
@@ -9,7 +10,26 @@
 
 namespace plenda {
 
-SummaryContextMenu::SummaryContextMenu(MacActivitySummary summary, MacActivityStore& store, QWidget* parent)
+namespace {
+
+// Radio items for the ten categories, the current one checked.
+void addCategoryItems(QMenu& menu, MacBlockCategory current,
+                      const std::function<void(MacBlockCategory)>& choose) {
+    auto* choice = new QActionGroup(&menu);
+    choice->setExclusive(true);
+    for (MacBlockCategory category : allCategories) {
+        QAction* action = menu.addAction(localized(labelKey(category)));
+        action->setCheckable(true);
+        action->setActionGroup(choice);
+        action->setChecked(category == current);
+        QObject::connect(action, &QAction::triggered, &menu, [choose, category] { choose(category); });
+    }
+}
+
+}  // namespace
+
+SummaryContextMenu::SummaryContextMenu(MacActivitySummary summary, MacActivityStore& store, QWidget* parent,
+                                       const ApplicationCategoryChooser& chooseForApplication)
     : QMenu(parent) {
     addAction(shownTitle(summary.title))->setEnabled(false);
     addAction(localized(labelKey(summary.category)) + QStringLiteral(" · ") +
@@ -17,17 +37,19 @@ SummaryContextMenu::SummaryContextMenu(MacActivitySummary summary, MacActivitySt
         ->setEnabled(false);
     addSeparator();
 
-    categoryMenu_ = addMenu(localized("mac.category"));
     // One category at a time: radio items, not check boxes.
-    auto* choice = new QActionGroup(categoryMenu_);
-    choice->setExclusive(true);
-    for (MacBlockCategory category : allCategories) {
-        QAction* action = categoryMenu_->addAction(localized(labelKey(category)));
-        action->setCheckable(true);
-        action->setActionGroup(choice);
-        action->setChecked(category == summary.category);
-        connect(action, &QAction::triggered, this,
-                [&store, summary, category] { changeCategory(store, summary, category); });
+    categoryMenu_ = addMenu(localized("mac.category"));
+    addCategoryItems(*categoryMenu_, summary.category,
+                     [&store, summary](MacBlockCategory category) { changeCategory(store, summary, category); });
+    if (const auto application = applicationOfTitle(summary.title); application && chooseForApplication) {
+        applicationCategoryMenu_ =
+            addMenu(localized("mac.category.application").arg(QString::fromUtf8(application->data(),
+                                                                                  qsizetype(application->size()))));
+        addCategoryItems(*applicationCategoryMenu_, summary.category,
+                         [&store, summary, chooseForApplication, name = std::string(*application)](MacBlockCategory category) {
+                             changeCategory(store, summary, category);
+                             chooseForApplication(name, category);
+                         });
     }
     addSeparator();
 

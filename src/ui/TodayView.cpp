@@ -74,6 +74,7 @@ TodayView::TodayView(MacActivityStore& store, const Clock& clock, const Calendar
     });
 
     treemap_->setSpacing(4);
+    treemap_->setApplicationCategoryChooser(actions_.chooseCategoryForApplication);
 
     listLayout_->setContentsMargins(0, 0, 0, 0);
     listLayout_->setSpacing(0);
@@ -142,6 +143,7 @@ void TodayView::reload() {
     // Rows are kept and reused, so a redraw does not rebuild widgets.
     while (rowPool_.size() < summaries_.size()) {
         auto* row = new ActivityRow(store_, calendar_, listContent_);
+        row->setApplicationCategoryChooser(actions_.chooseCategoryForApplication);
         listLayout_->insertWidget(int(rowPool_.size()), row);
         rowPool_.push_back(row);
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/Observers.h"
+#include "ui/SummaryContextMenu.h"
 #include "views/MacActivitySummary.h"
 #include "views/ViewColors.h"
 
@@ -31,6 +32,8 @@ public:
     struct Actions {
         std::function<void()> syncNow;        // started in a later turn of the loop
         std::function<void()> openSettings;
+        // "Always for this application" in a summary's menu; none: not offered.
+        ApplicationCategoryChooser chooseCategoryForApplication;
     };
 
     TodayView(MacActivityStore& store, const Clock& clock, const Calendar& calendar, const IconProvider& icons,

@@ -84,7 +84,7 @@ bool TreemapView::event(QEvent* event) {
 void TreemapView::contextMenuEvent(QContextMenuEvent* event) {
     const TreemapTile* tile = tileAt(event->pos());
     if (!tile) return;
-    SummaryContextMenu menu(tile->summary, store_, this);
+    SummaryContextMenu menu(tile->summary, store_, this, chooseForApplication_);
     menu.exec(event->globalPos());
 }
 

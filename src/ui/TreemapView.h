@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ui/SummaryContextMenu.h"
 #include "views/MacActivitySummary.h"
 #include "views/TreemapLayout.h"
 
@@ -19,6 +20,7 @@ public:
     static constexpr int shadowMargin = 8;
 
     TreemapView(MacActivityStore& store, QWidget* parent = nullptr);
+    void setApplicationCategoryChooser(ApplicationCategoryChooser chooser) { chooseForApplication_ = std::move(chooser); }
 
     void setSummaries(std::vector<MacActivitySummary> summaries);
     const std::vector<MacActivitySummary>& summaries() const { return summaries_; }
@@ -42,6 +44,7 @@ private:
     void relayout();
 
     MacActivityStore& store_;
+    ApplicationCategoryChooser chooseForApplication_;
     std::vector<MacActivitySummary> summaries_;
     std::vector<TreemapTile> tiles_;
     double spacing_ = 4;

@@ -70,6 +70,19 @@ TEST(Classification, LinuxProgramsFindTheirCategoryOnLinuxOnly) {
     }
 }
 
+TEST(Overrides, AnApplicationIsTheTitleBeforeItsProjectAndKeepsItsOwnTable) {
+    for (const auto& [title, application] : std::vector<std::pair<const char*, std::optional<std::string_view>>>{
+             {"IntelliJ IDEA \u00B7 webapp", "IntelliJ IDEA"}, {"Xcode", std::nullopt},
+             {"github.com", std::nullopt}, {" \u00B7 x", std::nullopt}}) {
+        EXPECT_EQ(applicationOfTitle(title), application) << title;
+    }
+    MemoryDefaults defaults;
+    setApplicationCategoryOverride(defaults, "IntelliJ IDEA", C::work);
+    EXPECT_EQ(applicationCategoryOverride(defaults, "intellij idea"), C::work);
+    EXPECT_EQ(categoryOverride(defaults, "IntelliJ IDEA"), std::nullopt) << "the per-title table keeps its meaning";
+    EXPECT_FALSE(defaults.contains("categoryOverrides"));
+}
+
 TEST(Overrides, MatchAnyCasingOrCompositionAndBadValuesGiveNone) {
     MemoryDefaults defaults;
     defaults.set("categoryOverrides", DefaultsValue::Dictionary{{"youtube", "work"}});

@@ -50,6 +50,8 @@ INSTANTIATE_TEST_SUITE_P(Thresholds, MinimumLength,
 
 TEST_F(Tracker, RecordsFinishedSessionsWithCategoryAndNoteAndAPauseCommitsTheLast) {
     defaults.set("categoryOverrides", DefaultsValue::Dictionary{{"notes", "body"}});
+    // Chosen for the whole application: below a title's own choice, above the keywords.
+    defaults.set("applicationCategoryOverrides", DefaultsValue::Dictionary{{"notes", "social"}, {"mail", "chores"}});
     startTracker();
     const Date start = scheduler.now();
     use({{vscode, 120}, {notes, 30}, {mail, 0}});
@@ -71,6 +73,7 @@ TEST_F(Tracker, RecordsFinishedSessionsWithCategoryAndNoteAndAPauseCommitsTheLas
     EXPECT_TRUE(tracker->sessionStartedAt().has_value());
     tracker->setTracking(false);
     ASSERT_EQ(blocks().size(), 3u);
+    EXPECT_EQ(blocks()[2].category, MacBlockCategory::chores) << "the application's choice wins over the keywords";
     EXPECT_EQ(defaults.object(MacAppTracker::trackingEnabledKey), DefaultsValue(false));
     EXPECT_EQ(tracker->currentAppName(), "Mail");  // keeps its last value
     EXPECT_FALSE(makeTracker().isTracking()) << "the pause survives a restart";

@@ -22,6 +22,7 @@ class TodayViewTest : public ViewFixture {
 protected:
     int syncCalls = 0;
     int settingsCalls = 0;
+    std::vector<std::pair<std::string, MacBlockCategory>> chosenForApplication;
     std::unique_ptr<TodayView> view;
 
     // 2023-03-13 is a Monday; "now" is mostly Wednesday evening.
@@ -36,7 +37,10 @@ protected:
     // Shown (offscreen) and laid out, as the user sees it after the first turn of the loop.
     TodayView& show(QSize size = {}) {
         view = std::make_unique<TodayView>(*store, scheduler, calendar, icons,
-                                           TodayView::Actions{[this] { ++syncCalls; }, [this] { ++settingsCalls; }});
+                                           TodayView::Actions{[this] { ++syncCalls; }, [this] { ++settingsCalls; },
+                                                              [this](std::string_view app, MacBlockCategory c) {
+                                                                  chosenForApplication.emplace_back(app, c);
+                                                              }});
         if (size.isValid()) view->resize(size);
         view->setAttribute(Qt::WA_DontShowOnScreen);
         view->show();
@@ -91,7 +95,8 @@ TEST_F(TodayViewTest, DayButtonsHeaderActionsContextMenuAndAppearance) {
         EXPECT_EQ(button->accessibleName(), help) << "screen readers name every control";
     }
 
-    SummaryContextMenu menu(v.rows()[0]->summary(), *store);
+    SummaryContextMenu menu(v.rows()[0]->summary(), *store, nullptr, [](std::string_view, MacBlockCategory) {});
+    EXPECT_FALSE(menu.applicationCategoryMenu()) << "\"Xcode\" names no project, so the activity is the application";
     QStringList texts;
     for (QAction* a : menu.actions()) texts << (a->isSeparator() ? "-" : a->text());
     EXPECT_EQ(texts, (QStringList{"Xcode", "Work · 1h 5m", "-", "Category", "-", "Delete"}));
@@ -112,6 +117,22 @@ TEST_F(TodayViewTest, DayButtonsHeaderActionsContextMenuAndAppearance) {
     second.deleteAction()->trigger();
     EXPECT_EQ(v.rows().size(), 1u);
     EXPECT_EQ(v.treemap()->tiles().size(), 1u);
+
+    // An IDE's project: the menu offers the choice for the whole IDE too.
+    add("IntelliJ IDEA \u00B7 webapp", C::entertainment, at(2023, 3, 15, 11), 30);
+    ASSERT_EQ(v.rows().size(), 2u);
+    const auto rows = v.rows();
+    const auto ide = std::ranges::find_if(rows, [](ActivityRow* r) { return r->summary().category == C::entertainment; });
+    SummaryContextMenu third((*ide)->summary(), *store, &v, [this](std::string_view app, MacBlockCategory c) {
+        chosenForApplication.emplace_back(app, c);
+    });
+    ASSERT_TRUE(third.applicationCategoryMenu());
+    EXPECT_EQ(third.applicationCategoryMenu()->title(), "Always for IntelliJ IDEA");
+    third.applicationCategoryMenu()->actions()[2]->trigger();  // Work
+    EXPECT_EQ(chosenForApplication, (std::vector<std::pair<std::string, MacBlockCategory>>{{"IntelliJ IDEA", C::work}}));
+    const auto after = v.rows();
+    EXPECT_TRUE(std::ranges::none_of(after, [](ActivityRow* r) { return r->summary().category == C::entertainment; }))
+        << "this activity changes too";
 
     for (const auto& [window, appearance] : {std::pair{QColor(30, 30, 34), Appearance::dark},
                                              std::pair{QColor(236, 236, 236), Appearance::light}}) {
