@@ -295,6 +295,10 @@
         <source>Cloud sync off</source>
         <translation>Cloud sync off</translation>
     </message>
+    <message id="mac.sync.testmode@linux">
+        <source>Cloud sync off</source>
+        <translation>Cloud sync off</translation>
+    </message>
     <message id="mac.settings.launch.note@linux">
         <source>Plenda starts in the system tray when you log in.</source>
         <translation>Plenda starts in the system tray when you log in.</translation>

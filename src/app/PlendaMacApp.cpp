@@ -153,9 +153,16 @@ int PlendaMacApp::run() {
     services_ = makePlatformServices();
     if (!services_.canTrack) std::cerr << "plenda: no display connection; the desktop cannot be followed\n";
 
+    // Without a cloud (Linux with no stand-in file named) sync is off, said
+    // once here, rather than failing every two minutes.
+    const bool syncOff = cloudSyncDisabledBy(std::getenv("PLENDA_DISABLE_CLOUD_SYNC")) || !services_.cloudDatabase;
+    if (!services_.cloudDatabase) {
+        std::cout << "Plenda: no cloud is configured (PLENDA_CLOUD_STORE names none); blocks stay on this computer"
+                  << std::endl;
+    }
     store_ = std::make_shared<MacActivityStore>(MacActivityStore::Dependencies{
         *clock_, *scheduler_, *calendar_, *defaults_, *files_, *strings_,
-        cloudSyncDisabledBy(std::getenv("PLENDA_DISABLE_CLOUD_SYNC")), &Uuid::random, std::cout,
+        syncOff, &Uuid::random, std::cout,
         MacCloudSync::factory({*defaults_, *scheduler_, services_.cloudDatabase.get(), services_.systemLog.get(),
                                services_.changeTokenArchive.get(), std::cout}),
         categoryOverrideWriter(*defaults_)});
