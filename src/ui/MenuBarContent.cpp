@@ -97,12 +97,9 @@ void MenuBarContent::reload() {
     header->addStretch();
     column->addLayout(header);
 
-    auto* totals = new QVBoxLayout;
-    totals->setSpacing(0);
     total_ = label(QString::fromStdString(formatDuration(store_.todayMinutes())), 30, QFont::Bold, false, true);
-    totals->addWidget(total_);
-    totals->addWidget(label(localized("mac.tracked").arg(QString()).trimmed(), 11, QFont::Normal, true));
-    column->addLayout(totals);
+    column->addWidget(total_);
+    column->addWidget(label(localized("mac.tracked").arg(QString()).trimmed(), 11, QFont::Normal, true));
 
     current_ = nullptr;
     if (tracker_.currentAppName() && tracker_.isTracking()) {
@@ -120,7 +117,10 @@ void MenuBarContent::reload() {
 
     const auto summaries = makeSummaries(store_.blocksOnDay(clock_.now()));
     if (!summaries.empty()) {
-        auto* list = new QVBoxLayout;
+        // Centred as a block; each row keeps its parts together.
+        auto* listHolder = new QWidget(content_);
+        auto* list = new QVBoxLayout(listHolder);
+        list->setContentsMargins(0, 0, 0, 0);
         list->setSpacing(4);
         for (std::size_t i = 0; i < std::min<std::size_t>(3, summaries.size()); ++i) {
             const auto& summary = summaries[i];
@@ -129,13 +129,14 @@ void MenuBarContent::reload() {
             row->addWidget(new Dot(toQColor(categoryColor(summary.category), appearance), content_));
             auto* title = label(shownTitle(summary.title), 11, QFont::Normal, false);
             title->setText(title->fontMetrics().elidedText(title->text(), Qt::ElideRight, 150));
-            row->addWidget(title, 1);
+            row->addWidget(title);
             row->addWidget(
                 label(QString::fromStdString(formatDuration(summary.minutes)), 11, QFont::Medium, true, true));
+            row->addStretch();
             list->addLayout(row);
             summaryTitles_ << shownTitle(summary.title);
         }
-        column->addLayout(list);
+        column->addWidget(listHolder, 0, Qt::AlignHCenter);
     }
 
     const auto leftAligned = [column](QWidget* widget) { column->addWidget(widget, 0, Qt::AlignLeft); };
@@ -154,15 +155,26 @@ void MenuBarContent::reload() {
     divider->setPalette(dividerPalette);
     column->addWidget(divider);
 
-    auto* commandsRow = new QHBoxLayout;
-    commandsRow->setSpacing(4);
-    commandsRow->addWidget(addButton("mac.open", commands_.openDayWindow));
-    commandsRow->addWidget(addButton(tracker_.isTracking() ? "mac.pause" : "mac.resume",
-                                     [this] { tracker_.setTracking(!tracker_.isTracking()); }));
-    commandsRow->addWidget(addButton("mac.settings", commands_.openSettings));
-    commandsRow->addWidget(addButton("mac.quit", commands_.quit));
-    commandsRow->addStretch();
-    column->addLayout(commandsRow);
+    const std::vector<NotchButton*> commands{
+        addButton("mac.open", commands_.openDayWindow),
+        addButton(tracker_.isTracking() ? "mac.pause" : "mac.resume",
+                  [this] { tracker_.setTracking(!tracker_.isTracking()); }),
+        addButton("mac.settings", commands_.openSettings), addButton("mac.quit", commands_.quit)};
+    // One row 8 points apart; where the texts are too wide for the panel
+    // (longer words, wider fonts), two rows rather than a cut-off command.
+    constexpr int commandSpacing = 8;
+    int rowWidth = commandSpacing * int(commands.size() - 1);
+    for (const NotchButton* button : commands) rowWidth += button->sizeHint().width();
+    const std::size_t perRow = rowWidth <= panelWidth - 32 ? commands.size() : (commands.size() + 1) / 2;
+    for (std::size_t first = 0; first < commands.size(); first += perRow) {
+        auto* commandsRow = new QHBoxLayout;
+        commandsRow->setSpacing(commandSpacing);
+        for (std::size_t i = first; i < std::min(commands.size(), first + perRow); ++i) {
+            commandsRow->addWidget(commands[i]);
+        }
+        commandsRow->addStretch();
+        column->addLayout(commandsRow);
+    }
 
     column->addWidget(label(QString::fromStdString(store_.syncMessage()), 10, QFont::Normal, true));
 

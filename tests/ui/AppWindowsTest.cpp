@@ -78,6 +78,14 @@ TEST_F(AppWindowsTest, MenuPanelShowsTheTotalTheLargestTheCurrentActivityPausesA
     EXPECT_FALSE(panel.liveDotLit());
     EXPECT_TRUE(panel.currentActivityText().isEmpty());
     EXPECT_TRUE(panel.buttonTitles().contains("mac.resume"));
+    // Paused, the commands still fit whole: none is cut at the panel's edge.
+    panel.adjustSize();
+    for (const QString& key : panel.buttonTitles()) {
+        const QWidget* button = panel.button(key.toUtf8().constData());
+        const QRect inPanel(button->mapTo(&panel, QPoint(0, 0)), button->size());
+        EXPECT_TRUE(QRect(QPoint(0, 0), panel.size()).contains(inPanel)) << key.toStdString();
+        EXPECT_GE(button->width(), button->sizeHint().width()) << key.toStdString();
+    }
 
     // Grant buttons lead while a permission is missing.
     denied = true;
