@@ -88,6 +88,14 @@ double NotchView::progress() const {
     return springProgress(animationClock_.elapsed() / 1000.0, springResponse, springDamping);
 }
 
+double NotchView::barTop() const {
+    return column().top() + QFontMetricsF(tabularDigits(roundedFont(22, QFont::Bold))).height() + rowSpacing - 4;
+}
+
+double NotchView::chipRowBottom() const {
+    return barTop() + barHeight + rowSpacing + QFontMetricsF(systemFont(10)).height();
+}
+
 QRectF NotchView::column() const {
     const double top = collapsedSize_.height() + rowSpacing;
     return QRectF(sideInset, top, expandedSize_.width() - 2 * sideInset, expandedSize_.height() - top - 14);
@@ -96,7 +104,11 @@ QRectF NotchView::column() const {
 std::vector<NotchButton*> NotchView::buttons() const { return buttons_; }
 
 void NotchView::rebuildButtons() {
-    for (NotchButton* button : buttons_) button->deleteLater();
+    // Hidden at once: until the loop deletes them they would still be drawn.
+    for (NotchButton* button : buttons_) {
+        button->hide();
+        button->deleteLater();
+    }
     buttons_.clear();
     const auto add = [this](const char* title, std::function<void()> action) {
         auto* button = new NotchButton(title, std::move(action), this);
@@ -119,19 +131,15 @@ void NotchView::rebuildButtons() {
 void NotchView::layoutButtons() {
     const QRectF area = column();
     if (buttons_.empty()) return;
-    // With both permission shortcuts the row gets crowded: tighter capsules
-    // first, then the longest titles give way.
-    double spacing = 8;
+    // With both permission shortcuts the row gets crowded: the longest
+    // titles give way; capsules and gaps keep their size.
+    constexpr double spacing = 8;
     const auto needed = [&] {
         double sum = spacing * double(buttons_.size() - 1) + 12;  // some flexible space stays
         for (NotchButton* button : buttons_) sum += button->sizeHint().width();
         return sum;
     };
     for (NotchButton* button : buttons_) button->setHorizontalPadding(9);
-    if (needed() > area.width()) {
-        spacing = 5;
-        for (NotchButton* button : buttons_) button->setHorizontalPadding(6);
-    }
     std::vector<double> widths;
     for (NotchButton* button : buttons_) widths.push_back(button->sizeHint().width());
     double excess = needed() - area.width();
@@ -142,7 +150,8 @@ void NotchView::layoutButtons() {
         excess -= cut;
     }
     const double height = buttons_.front()->sizeHint().height();
-    const double y = area.bottom() - height;
+    // The column's last row, 10 points under the chips.
+    const double y = chipRowBottom() + rowSpacing;
     // Open and pause (and the grants) on the left, settings and quit on the right.
     const std::size_t trailing = std::min<std::size_t>(2, buttons_.size());
     double x = area.left();
@@ -217,7 +226,7 @@ void NotchView::paintEvent(QPaintEvent*) {
 
     // The day bar.
     const auto summaries = notchSummaries(store_, clock_.now());
-    const double barTop = area.top() + totalMetrics.height() + rowSpacing - 4;
+    const double barTop = this->barTop();
     std::vector<double> minutes;
     for (const auto& summary : summaries) minutes.push_back(summary.minutes);
     const auto widths = dayBarWidths(minutes, area.width());
@@ -233,20 +242,28 @@ void NotchView::paintEvent(QPaintEvent*) {
         x += widths[i] + 2;
     }
 
-    // The first three as chips.
+    // The first three as chips, their titles shortened to fit the row.
     const QFont chipFont = systemFont(10);
     const QFontMetricsF chipMetrics(chipFont);
+    const QFontMetricsF digitMetrics(tabularDigits(chipFont));
     const double chipBaseline = barTop + barHeight + rowSpacing + chipMetrics.ascent();
+    const std::size_t chips = std::min<std::size_t>(3, summaries.size());
+    std::vector<double> naturalTitles;
+    double fixed = chips > 0 ? rowSpacing * double(chips - 1) : 0;
+    for (std::size_t i = 0; i < chips; ++i) {
+        naturalTitles.push_back(chipMetrics.horizontalAdvance(shownTitle(summaries[i].title)));
+        fixed += 10 + 4 + digitMetrics.horizontalAdvance(QString::fromStdString(formatDuration(summaries[i].minutes)));
+    }
+    const auto titleWidths = fitChipTitles(naturalTitles, fixed, area.width());
     painter.setFont(chipFont);
     x = area.left();
-    for (std::size_t i = 0; i < std::min<std::size_t>(3, summaries.size()); ++i) {
+    for (std::size_t i = 0; i < chips; ++i) {
         const auto& summary = summaries[i];
         painter.setPen(Qt::NoPen);
         painter.setBrush(toQColor(summaryColor(summary), Appearance::dark));
         painter.drawEllipse(QRectF(x, chipBaseline - chipMetrics.ascent() / 2 - 2.5, 6, 6));
         x += 10;
-        const QString title =
-            chipMetrics.elidedText(shownTitle(summary.title), Qt::ElideRight, 110);
+        const QString title = chipMetrics.elidedText(shownTitle(summary.title), Qt::ElideRight, titleWidths[i] + 0.5);
         painter.setPen(white(0.75));
         painter.drawText(QPointF(x, chipBaseline), title);
         x += chipMetrics.horizontalAdvance(title) + 4;
@@ -255,7 +272,7 @@ void NotchView::paintEvent(QPaintEvent*) {
         painter.setPen(white(0.45));
         painter.drawText(QPointF(x, chipBaseline), duration);
         painter.setFont(chipFont);
-        x += QFontMetricsF(tabularDigits(chipFont)).horizontalAdvance(duration) + 10;
+        x += digitMetrics.horizontalAdvance(duration) + rowSpacing;
     }
 }
 

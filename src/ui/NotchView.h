@@ -50,6 +50,9 @@ private:
     void layoutButtons();
     double progress() const;
     QRectF column() const;
+    // Where the day bar starts and where the chip row ends, in the card.
+    double barTop() const;
+    double chipRowBottom() const;
 
     QSizeF collapsedSize_;
     QSizeF expandedSize_;

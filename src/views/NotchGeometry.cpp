@@ -63,4 +63,20 @@ std::vector<double> dayBarWidths(const std::vector<double>& minutes, double avai
     return widths;
 }
 
+std::vector<double> fitChipTitles(const std::vector<double>& natural, double fixed, double availableWidth) {
+    double room = std::max(0.0, availableWidth - fixed);
+    std::vector<std::size_t> shortestFirst(natural.size());
+    for (std::size_t i = 0; i < natural.size(); ++i) shortestFirst[i] = i;
+    std::stable_sort(shortestFirst.begin(), shortestFirst.end(),
+                     [&](std::size_t a, std::size_t b) { return natural[a] < natural[b]; });
+    std::vector<double> widths(natural.size());
+    for (std::size_t k = 0; k < shortestFirst.size(); ++k) {
+        const double share = room / double(shortestFirst.size() - k);
+        const std::size_t i = shortestFirst[k];
+        widths[i] = std::min(natural[i], share);
+        room -= widths[i];
+    }
+    return widths;
+}
+
 }  // namespace plenda

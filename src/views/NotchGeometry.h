@@ -47,4 +47,10 @@ std::vector<OutlineStep> notchShapeOutline(OutlineRect rect, double notchWidth, 
 // gaps, never narrower than 3 points (so they may overrun a little).
 std::vector<double> dayBarWidths(const std::vector<double>& minutes, double availableWidth);
 
+// Widths for the chips' titles so that the chip row fits: `natural` are the
+// titles' full widths, `fixed` what the row needs besides them (dots,
+// durations, gaps). When all fit they keep their widths; otherwise the short
+// keep theirs and the long share the room left equally (never below 0).
+std::vector<double> fitChipTitles(const std::vector<double>& natural, double fixed, double availableWidth);
+
 }  // namespace plenda

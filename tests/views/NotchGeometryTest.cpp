@@ -61,3 +61,28 @@ TEST(DayBar, SharesTheWidthLessGapsWithAMinimum) {
 
 }  // namespace
 }  // namespace plenda
+
+namespace plenda {
+namespace {
+
+// The chips' titles give way so the row never runs past the card's edge.
+TEST(ChipTitles, FitTheRowShortTitlesFirst) {
+    struct Case {
+        std::vector<double> natural;
+        double fixed, available;
+        std::vector<double> expected;
+    };
+    for (const Case& c : {Case{{50, 60, 70}, 100, 400, {50, 60, 70}},       // room for all
+                          Case{{40, 300, 30}, 100, 300, {40, 130, 30}},     // the long one takes the rest
+                          Case{{300, 400, 500}, 100, 400, {100, 100, 100}},  // all long: equal shares
+                          Case{{80, 90}, 500, 400, {0, 0}}}) {               // no room at all
+        const auto widths = fitChipTitles(c.natural, c.fixed, c.available);
+        EXPECT_EQ(widths, c.expected);
+        double used = c.fixed;
+        for (double w : widths) used += w;
+        EXPECT_LE(used, std::max(c.available, c.fixed));
+    }
+}
+
+}  // namespace
+}  // namespace plenda
