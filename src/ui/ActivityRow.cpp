@@ -110,7 +110,8 @@ void ActivityRow::paintEvent(QPaintEvent*) {
     painter.setFont(secondaryFont);
     const QString category = secondary.elidedText(categoryText(), Qt::ElideRight, available);
     painter.drawText(QPointF(left, secondBaseline), category);
-    const double sessionsLeft = left + secondary.horizontalAdvance(category + QLatin1Char(' '));
+    // The session count stands 6 pt after the category.
+    const double sessionsLeft = left + secondary.horizontalAdvance(category) + 6;
     painter.drawText(QPointF(sessionsLeft, secondBaseline),
                      secondary.elidedText(sessionsText(), Qt::ElideRight, std::max(left + available - sessionsLeft, 0.0)));
     painter.setFont(spanFont);
