@@ -127,6 +127,9 @@ QWidget* MacSettingsView::trackingTab() {
     outer->addLayout(addRow);
     outer->addStretch();
     scroller->setWidget(tab);
+    // The tab page's own background shows through, as on the other tabs.
+    scroller->viewport()->setAutoFillBackground(false);
+    tab->setAutoFillBackground(false);
     return scroller;
 }
 
