@@ -118,7 +118,8 @@ void dayQueries(benchmark::State& state, std::size_t size) {
 
 const bool registered = [] {
     for (std::size_t size : {100000, 365000, 1000000}) {
-        const std::string n = "/" + std::to_string(size);
+        std::string n = "/";
+        n += std::to_string(size);
         using Run = void (*)(benchmark::State&, std::size_t);
         const std::pair<const char*, Run> kinds[] = {{"recordSession", recordSession},
                                                      {"upsertRecent", upsertRecent},
