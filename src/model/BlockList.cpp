@@ -49,11 +49,17 @@ std::vector<std::size_t> BlockList::positions(Index::const_iterator first, Index
 void BlockList::replace(std::vector<MacDayBlock> blocks) {
     blocks_ = std::move(blocks);
     const std::size_t n = blocks_.size();
+    for (auto* index : {&byStart_, &byEnd_}) {
+        index->clear();
+        index->reserve(roomFor(n));
+        index->resize(n);
+    }
+    keys_.clear();
+    keys_.reserve(roomFor(n));
     keys_.resize(n);
-    byStart_.resize(n);
-    byEnd_.resize(n);
+    blocks_.reserve(roomFor(n));
     byId_.clear();
-    byId_.reserve(n);
+    byId_.reserve(roomFor(n));
     for (std::size_t i = 0; i < n; ++i) {
         keys_[i] = i;
         byStart_[i] = {blocks_[i].effectiveStart().seconds, i};

@@ -24,6 +24,10 @@ public:
     std::size_t size() const { return blocks_.size(); }
     const MacDayBlock& operator[](std::size_t i) const { return blocks_[i]; }
 
+    // Room for n blocks and the sessions of months after them: growing a
+    // list of a million blocks moves all of them, which a session must not wait for.
+    static std::size_t roomFor(std::size_t n) { return n + n / 8 + 1024; }
+
     void replace(std::vector<MacDayBlock> blocks);
     void append(MacDayBlock block);
     // Changes one block in place; its dates and id may change.
