@@ -1,6 +1,7 @@
 #include "model/BlockList.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <limits>
 
@@ -39,6 +40,36 @@ std::size_t BlockList::position(std::uint64_t key) const {
     return std::size_t(std::lower_bound(keys_.begin(), keys_.end(), key) - keys_.begin());
 }
 
+void BlockList::rebuildIds(std::size_t room) {
+    idSlots_.assign(std::bit_ceil(std::max<std::size_t>(16, room / 3 * 4 + 4)), 0);
+    ids_ = 0;
+    for (std::size_t i = 0; i < blocks_.size(); ++i) placeId(blocks_[i].id, keys_[i]);
+}
+
+void BlockList::placeId(const Uuid& id, std::uint64_t key) {
+    std::size_t i = home(id);
+    while (idSlots_[i] != 0) i = (i + 1) & (idSlots_.size() - 1);
+    idSlots_[i] = std::uint32_t(key + 1);
+    ++ids_;
+}
+
+// Later entries of the run move back into the hole where their probe would
+// pass it, so no lookup ever stops short at an emptied slot.
+void BlockList::eraseIdSlot(const Uuid& id, std::uint64_t key) {
+    const std::size_t mask = idSlots_.size() - 1;
+    std::size_t hole = home(id);
+    while (idSlots_[hole] != key + 1) hole = (hole + 1) & mask;
+    for (std::size_t j = (hole + 1) & mask; idSlots_[j] != 0; j = (j + 1) & mask) {
+        const std::size_t wanted = home(blocks_[position(idSlots_[j] - 1)].id);
+        if (((j - wanted) & mask) >= ((j - hole) & mask)) {
+            idSlots_[hole] = idSlots_[j];
+            hole = j;
+        }
+    }
+    idSlots_[hole] = 0;
+    --ids_;
+}
+
 std::vector<std::size_t> BlockList::positions(Index::const_iterator first, Index::const_iterator last) const {
     std::vector<std::size_t> found;
     for (auto it = first; it < last; ++it) found.push_back(position(it->second));
@@ -58,24 +89,25 @@ void BlockList::replace(std::vector<MacDayBlock> blocks) {
     keys_.reserve(roomFor(n));
     keys_.resize(n);
     blocks_.reserve(roomFor(n));
-    byId_.clear();
-    byId_.reserve(roomFor(n));
     for (std::size_t i = 0; i < n; ++i) {
         keys_[i] = i;
         byStart_[i] = {blocks_[i].effectiveStart().seconds, i};
         byEnd_[i] = {blocks_[i].effectiveEnd().seconds, i};
-        byId_.emplace(blocks_[i].id, i);
     }
     nextKey_ = n;
+    rebuildIds(roomFor(n));
     std::sort(byStart_.begin(), byStart_.end(), before);
     std::sort(byEnd_.begin(), byEnd_.end(), before);
 }
 
 void BlockList::append(MacDayBlock block) {
+    // Keys fit the id slots: after four billion appends they start again from 0.
+    if (nextKey_ >= std::numeric_limits<std::uint32_t>::max() - 1) replace(std::move(blocks_));
+    if ((ids_ + 1) * 4 > idSlots_.size() * 3) rebuildIds(roomFor(blocks_.size() + 1));
     const std::uint64_t key = nextKey_++;
     insert(byStart_, {block.effectiveStart().seconds, key});
     insert(byEnd_, {block.effectiveEnd().seconds, key});
-    byId_.emplace(block.id, key);
+    placeId(block.id, key);
     blocks_.push_back(std::move(block));
     keys_.push_back(key);
 }
@@ -92,9 +124,8 @@ void BlockList::update(std::size_t i, const std::function<void(MacDayBlock&)>& c
     if (before(start, newStart) || before(newStart, start)) move(byStart_, start, newStart);
     if (before(end, newEnd) || before(newEnd, end)) move(byEnd_, end, newEnd);
     if (block.id != id) {
-        auto [first, last] = byId_.equal_range(id);
-        byId_.erase(std::find_if(first, last, [key](const auto& entry) { return entry.second == key; }));
-        byId_.emplace(block.id, key);
+        eraseIdSlot(id, key);
+        placeId(block.id, key);
     }
 }
 
@@ -102,16 +133,17 @@ void BlockList::removeAt(std::size_t i) {
     const std::uint64_t key = keys_[i];
     erase(byStart_, {blocks_[i].effectiveStart().seconds, key});
     erase(byEnd_, {blocks_[i].effectiveEnd().seconds, key});
-    auto [first, last] = byId_.equal_range(blocks_[i].id);
-    byId_.erase(std::find_if(first, last, [key](const auto& entry) { return entry.second == key; }));
+    eraseIdSlot(blocks_[i].id, key);
     blocks_.erase(blocks_.begin() + std::ptrdiff_t(i));
     keys_.erase(keys_.begin() + std::ptrdiff_t(i));
 }
 
 std::size_t BlockList::eraseId(const Uuid& id) {
     std::vector<std::size_t> found;
-    auto [first, last] = byId_.equal_range(id);
-    for (auto it = first; it != last; ++it) found.push_back(position(it->second));
+    for (std::size_t i = home(id); idSlots_[i] != 0; i = (i + 1) & (idSlots_.size() - 1)) {
+        const std::size_t at = position(idSlots_[i] - 1);
+        if (blocks_[at].id == id) found.push_back(at);
+    }
     // From the back, so the positions not yet removed stay right.
     std::sort(found.rbegin(), found.rend());
     for (std::size_t i : found) removeAt(i);
@@ -124,8 +156,6 @@ std::size_t BlockList::eraseIf(const std::function<bool(const MacDayBlock&)>& ma
     for (std::size_t i = 0; i < blocks_.size(); ++i) {
         if (matches(blocks_[i])) {
             removed.push_back(keys_[i]);
-            auto [first, last] = byId_.equal_range(blocks_[i].id);
-            byId_.erase(std::find_if(first, last, [&](const auto& entry) { return entry.second == keys_[i]; }));
             continue;
         }
         if (kept != i) {
@@ -142,6 +172,7 @@ std::size_t BlockList::eraseIf(const std::function<bool(const MacDayBlock&)>& ma
         };
         std::erase_if(byStart_, gone);
         std::erase_if(byEnd_, gone);
+        rebuildIds(roomFor(kept));
     }
     return removed.size();
 }

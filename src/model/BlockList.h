@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -53,6 +52,13 @@ private:
     static void erase(Index& index, Entry entry);
     static void move(Index& index, Entry from, Entry to);
     std::size_t position(std::uint64_t key) const;
+    // The id index: open addressing with linear probing; a slot holds a key
+    // plus one (0: empty) and the id is read from the block, so ten years of
+    // ids take a few megabytes.
+    std::size_t home(const Uuid& id) const { return std::hash<Uuid>{}(id) & (idSlots_.size() - 1); }
+    void rebuildIds(std::size_t room);
+    void placeId(const Uuid& id, std::uint64_t key);
+    void eraseIdSlot(const Uuid& id, std::uint64_t key);
     std::vector<std::size_t> positions(Index::const_iterator first, Index::const_iterator last) const;
     void removeAt(std::size_t i);
 
@@ -61,7 +67,8 @@ private:
     std::uint64_t nextKey_ = 0;
     Index byStart_;
     Index byEnd_;
-    std::unordered_multimap<Uuid, std::uint64_t> byId_;
+    std::vector<std::uint32_t> idSlots_ = std::vector<std::uint32_t>(16);
+    std::size_t ids_ = 0;
 };
 
 }  // namespace plenda
