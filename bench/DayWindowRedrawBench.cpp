@@ -1,5 +1,5 @@
-// The day window's whole redraw path over ten years of blocks: day query,
-// folding, treemap layout and painting offscreen.
+// The day window's whole redraw path over a million blocks (27 years of
+// heavy use): day query, folding, treemap layout and painting offscreen.
 #include "SyntheticBlocks.h"
 
 #include "fakes/KeyStringTable.h"
@@ -25,10 +25,10 @@
 namespace plenda {
 namespace {
 
-constexpr int days = 3650;
-constexpr int blocksPerDay = 100;  // 365,000 blocks
+constexpr int days = 10000;
+constexpr int blocksPerDay = 100;  // 1,000,000 blocks
 
-// A decade of realistic days, loaded the way the app loads its file.
+// Years of realistic days, loaded the way the app loads its file.
 struct Decade {
     VirtualScheduler scheduler;
     IcuCalendar calendar{"Europe/Berlin"};

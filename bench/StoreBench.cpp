@@ -1,5 +1,6 @@
 // Store figures at 100,000 blocks: file load and save against a raw read and
-// write of the same bytes, the day queries, and recording one session.
+// write of the same bytes (per-session and query costs by size are in
+// StoreSizeBench.cpp).
 #include "SyntheticBlocks.h"
 
 #include "fakes/KeyStringTable.h"
@@ -100,35 +101,6 @@ void saveBlockFile(benchmark::State& state) {
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * env.bytes.size()));
 }
 BENCHMARK(saveBlockFile)->Unit(benchmark::kMillisecond);
-
-void blocksOnDayAndTodayMinutes(benchmark::State& state) {
-    Environment& env = environment();
-    auto store = env.makeStore();
-    const Date now = env.scheduler.now() - 400 * 86400.0;
-    for (auto _ : state) {
-        auto day = store->blocksOnDay(now);
-        benchmark::DoNotOptimize(day.data());
-        benchmark::DoNotOptimize(store->todayMinutes());
-    }
-}
-BENCHMARK(blocksOnDayAndTodayMinutes)->Unit(benchmark::kMicrosecond);
-
-void recordSession(benchmark::State& state) {
-    Environment& env = environment();
-    auto store = env.makeStore();
-    Date start = env.scheduler.now();
-    const char* titles[] = {"Xcode", "Safari", "Code · api", "Slack"};
-    int i = 0;
-    for (auto _ : state) {
-        store->recordSession(titles[i++ % 4], MacBlockCategory::work, start, start + 120, std::nullopt);
-        start = start + 400;
-        state.PauseTiming();
-        env.scheduler.runUntilIdle();
-        static_cast<MacCloudSync*>(store->sync())->state().writeDirtyIDs({});  // uploads keep the dirty set small in real use
-        state.ResumeTiming();
-    }
-}
-BENCHMARK(recordSession)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 }  // namespace plenda

@@ -129,7 +129,7 @@ MacActivityStore::FileJoin MacActivityStore::joinFileBlocks(std::vector<MacDayBl
     for (std::size_t i = 0; i < blocks_.size(); ++i) here.emplace(blocks_[i].id, i);
     std::vector<bool> matched(blocks_.size());
     std::vector<MacDayBlock> result;
-    result.reserve(file.size() + blocks_.size());
+    result.reserve(BlockList::roomFor(file.size() + blocks_.size()));
     for (MacDayBlock& block : file) {
         const auto found = here.find(block.id);
         if (found == here.end()) {

@@ -59,7 +59,7 @@ void MacActivityStore::recordSession(const std::string& title, MacBlockCategory 
 }
 
 void MacActivityStore::upsert(MacDayBlock block) {
-    blocks_.eraseIf([&](const MacDayBlock& existing) { return existing.id == block.id; });
+    blocks_.eraseId(block.id);
     blocks_.append(block);
     scheduleSave();
     if (cloudSyncDisabled_) {

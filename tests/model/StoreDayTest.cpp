@@ -4,43 +4,84 @@
 #include "tracking/CategoryRules.h"
 #include "views/ActivitySummaries.h"
 
+#include <algorithm>
+#include <cmath>
+#include <random>
+#include <ranges>
+
 namespace plenda {
 namespace {
 
 using C = MacBlockCategory;
 
-MacDayBlock spanning(double from, double to) {
-    return makeBlock("B", MacBlockCategory::work, Date(from), Date(to));
+// What a scan of every block finds: positions whose start lies in [from, to)
+// or whose end lies in [from, to].
+std::vector<std::size_t> scan(const std::vector<MacDayBlock>& blocks, bool ends, double from, double to) {
+    std::vector<std::size_t> found;
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
+        const double t = ends ? blocks[i].effectiveEnd().seconds : blocks[i].effectiveStart().seconds;
+        if (t >= from && (ends ? t <= to : t < to)) found.push_back(i);
+    }
+    return found;
 }
 
-std::vector<double> startsOf(const BlockList& list, double from, double to) {
-    std::vector<double> starts;
-    for (std::size_t i : list.startingWithin(Date(from), Date(to))) starts.push_back(list[i].effectiveStart().seconds);
-    return starts;
-}
-
-TEST(BlockList, IndexFollowsEveryKindOfChange) {
+// Random changes of every kind on few times and ids (so ties, duplicate ids,
+// NaN dates and empty ranges are common), mirrored on a plain vector; after
+// each the list's order and every index query must match a scan of it.
+TEST(BlockList, IndexesMatchAScanAfterRandomChanges) {
+    std::mt19937 random(11);
+    const auto time = [&] { const int t = int(random() % 13); return t == 12 ? std::nan("") : t * 5.0; };
+    const auto id = [&] { return Uuid(std::array<std::uint8_t, 16>{std::uint8_t(random() % 16)}); };
+    const auto change = [&](MacDayBlock& b) {
+        b.createdAt = Date(time());
+        b.startDate = random() % 4 ? std::optional(Date(time())) : std::nullopt;
+        b.endDate = random() % 4 ? std::optional(Date(time())) : std::nullopt;
+        if (random() % 3 == 0) b.id = id();
+    };
+    const std::vector<std::pair<double, double>> ranges = {
+        {0, 60}, {10, 10}, {10, 15}, {25, 5}, {-INFINITY, INFINITY}, {std::nan(""), 60}, {30, 55}};
     BlockList list;
-    list.replace({spanning(10, 20), spanning(30, 40), spanning(50, 60)});
-    list.append(spanning(5, 8));
-    EXPECT_EQ(startsOf(list, 0, 100), (std::vector<double>{10, 30, 50, 5}));
-
-    EXPECT_EQ(list.eraseIf([](const MacDayBlock& b) { return b.effectiveStart() == Date(30); }), 1u);
-    EXPECT_EQ(startsOf(list, 0, 100), (std::vector<double>{10, 50, 5}));
-    EXPECT_EQ(startsOf(list, 10, 50), (std::vector<double>{10})) << "the end of the range is open";
-
-    list.update(1, [](MacDayBlock& b) {
-        b.startDate.reset();
-        b.createdAt = Date(70);
-        b.endDate = Date(90);
-    });
-    EXPECT_EQ(startsOf(list, 60, 100), (std::vector<double>{70}));
-    EXPECT_EQ(list.endingWithin(Date(90), Date(90)), (std::vector<std::size_t>{1})) << "closed at both ends";
-    EXPECT_EQ(list.earliestStart(), Date(5));
-
-    list.replace({});
-    EXPECT_FALSE(list.earliestStart());
-    EXPECT_TRUE(list.startingWithin(Date(-1e9), Date(1e9)).empty());
+    std::vector<MacDayBlock> model;
+    for (int step = 0; step < 4000; ++step) {
+        MacDayBlock fresh = makeBlock("B", C::work, Date(0), Date(0));
+        change(fresh);
+        fresh.id = id();
+        const std::size_t at = model.empty() ? 0 : random() % model.size();
+        switch (random() % 9) {
+            case 0: {
+                const Uuid gone = id();
+                EXPECT_EQ(list.eraseId(gone), std::erase_if(model, [&](const auto& b) { return b.id == gone; }));
+                break;
+            }
+            case 1: {
+                const double start = time();
+                const auto startsThen = [&](const MacDayBlock& b) { return b.effectiveStart().seconds == start; };
+                EXPECT_EQ(list.eraseIf(startsThen), std::erase_if(model, startsThen));
+                break;
+            }
+            case 2:
+                if (random() % 20 == 0) list.replace(model = {fresh, fresh, makeBlock("C", C::mind, Date(5), Date(9))});
+                break;
+            case 3: case 4:
+                if (!model.empty()) {
+                    list.update(at, change);
+                    model[at] = list[at];
+                }
+                break;
+            default:
+                list.append(fresh);
+                model.push_back(fresh);
+        }
+        ASSERT_TRUE(std::ranges::equal(list.all(), model, {}, &MacDayBlock::id, &MacDayBlock::id)) << step;
+        for (auto [from, to] : ranges) {
+            ASSERT_EQ(list.startingWithin(Date(from), Date(to)), scan(model, false, from, to)) << step << " " << from;
+            ASSERT_EQ(list.endingWithin(Date(from), Date(to)), scan(model, true, from, to)) << step << " " << from;
+        }
+        if (const auto all = scan(model, false, -INFINITY, INFINITY); !all.empty()) {
+            const auto start = [&](std::size_t i) { return model[i].effectiveStart(); };
+            ASSERT_EQ(list.earliestStart(), std::ranges::min(all | std::views::transform(start))) << step;
+        }
+    }
 }
 
 class DayQueries : public StoreFixture {
