@@ -110,6 +110,7 @@ PlendaMacApp::~PlendaMacApp() {
     settingsWindow_.reset();
     dayWindow_.reset();
     notch_.reset();
+    trayIconWatch_.reset();
 }
 
 PanelCommands PlendaMacApp::panelCommands() {
@@ -249,14 +250,44 @@ void PlendaMacApp::makeMenuBarItem() {
     if (!QSystemTrayIcon::isSystemTrayAvailable()) {
         std::cerr << "plenda: no system tray; the day window opens at every start\n";
     }
-    QIcon icon(icons_->symbol("square.grid.2x2.fill", 16, QFont::Normal, Qt::black, devicePixelRatio()));
-    icon.setIsMask(true);  // a template image: the menu bar tints it
-    trayIcon_ = new QSystemTrayIcon(icon, this);
-    trayIcon_->setToolTip(localized("Plenda"));
+    trayIcon_ = new QSystemTrayIcon(this);
+    updateTrayIcon();
+    trayIconWatch_ = tracker_->observe([this] { updateTrayIcon(); });
     connect(trayIcon_, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
         if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::Context) showMenuBarPanel();
     });
     trayIcon_->show();
+}
+
+void PlendaMacApp::updateTrayIcon() {
+    const bool paused = !tracker_->isTracking();
+    if (!trayIcon_->icon().isNull() && paused == trayShowsPaused_) return;
+    trayShowsPaused_ = paused;
+    if (QSysInfo::productType() == QLatin1String("macos")) {
+        QIcon icon(icons_->symbol("square.grid.2x2.fill", 16, QFont::Normal, Qt::black, devicePixelRatio()));
+        icon.setIsMask(true);  // a template image: the menu bar tints it
+        trayIcon_->setIcon(icon);
+        trayIcon_->setToolTip(localized("Plenda"));
+        return;
+    }
+    // Trays elsewhere neither tint nor read masks: the grid in its colours,
+    // greyed while tracking is paused, and the tooltip says so.
+    QPixmap pixmap(QSize(22, 22) * devicePixelRatio());
+    pixmap.setDevicePixelRatio(devicePixelRatio());
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    const QColor colours[] = {QColor(0x2e, 0x73, 0xfa), QColor(0xff, 0x9e, 0x1f), QColor(0x1a, 0xc2, 0x9c),
+                              QColor(0x8a, 0x66, 0xe6)};
+    for (int i = 0; i < 4; ++i) {
+        painter.setBrush(paused ? QColor(150, 150, 150, 200) : colours[i]);
+        painter.drawRoundedRect(QRectF(2.5 + (i % 2) * 9, 2.5 + (i / 2) * 9, 8, 8), 2, 2);
+    }
+    painter.end();
+    trayIcon_->setIcon(QIcon(pixmap));
+    trayIcon_->setToolTip(paused ? localized("Plenda") + QStringLiteral(" \u2014 ") + localized("mac.paused")
+                                 : localized("Plenda"));
 }
 
 void PlendaMacApp::showMenuBarPanel() {

@@ -59,6 +59,8 @@ protected:
 private:
     void makeDayWindow();
     void makeMenuBarItem();
+    // The tray item shows whether tracking is paused.
+    void updateTrayIcon();
     void showMenuBarPanel();
     PanelCommands panelCommands();
 
@@ -85,6 +87,8 @@ private:
     std::unique_ptr<QWidget> menuPanel_;
     MenuBarContent* menuContent_ = nullptr;
     QSystemTrayIcon* trayIcon_ = nullptr;
+    bool trayShowsPaused_ = false;
+    Subscription trayIconWatch_;
     bool showsMenuBarIcon_ = false;
     bool quitting_ = false;
     // The end of the bounded wait at quitting, from the first request.
