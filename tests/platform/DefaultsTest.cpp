@@ -14,47 +14,41 @@
 namespace plenda {
 namespace {
 
-struct ReadCase {
-    const char* name;
-    std::optional<DefaultsValue> stored;
-    double asDouble;
-    bool asBool;
-    std::optional<std::string> asString;
-    std::string_view container;  // the one container reader that answers
-};
-
-class TypedReaders : public ::testing::TestWithParam<ReadCase> {};
-
-TEST_P(TypedReaders, FollowTheUserDefaultsConversions) {
-    MemoryDefaults defaults;
-    const ReadCase& c = GetParam();
-    if (c.stored) defaults.set("key", *c.stored);
-    EXPECT_EQ(defaults.doubleValue("key"), c.asDouble);
-    EXPECT_EQ(defaults.boolValue("key"), c.asBool);
-    EXPECT_EQ(defaults.string("key"), c.asString);
-    EXPECT_EQ(defaults.stringArray("key").has_value(), c.container == "stringArray");
-    EXPECT_EQ(defaults.data("key").has_value(), c.container == "data");
-    EXPECT_EQ(defaults.dictionary("key").has_value(), c.container == "dictionary");
+TEST(TypedReaders, FollowTheUserDefaultsConversions) {
+    struct Case {
+        const char* name;
+        std::optional<DefaultsValue> stored;
+        double asDouble;
+        bool asBool;
+        std::optional<std::string> asString;
+        std::string_view container;  // the one container reader that answers
+    };
+    const Case cases[] = {
+        {"missing", std::nullopt, 0, false, std::nullopt, ""},
+        {"number", DefaultsValue(300.0), 300, true, "300", ""},
+        {"zero", DefaultsValue(0.0), 0, false, "0", ""},
+        {"negative", DefaultsValue(-2.5), -2.5, true, "-2.5", ""},
+        {"boolTrue", DefaultsValue(true), 1, true, "1", ""},
+        {"numericText", DefaultsValue(" 45.5s"), 45.5, true, " 45.5s", ""},
+        {"yesText", DefaultsValue("YES"), 0, true, "YES", ""},
+        {"noText", DefaultsValue("no"), 0, false, "no", ""},
+        {"data", DefaultsValue(Data{"x"}), 0, false, std::nullopt, "data"},
+        {"stringArray", DefaultsValue(DefaultsValue::Array{"a", "b"}), 0, false, std::nullopt, "stringArray"},
+        {"emptyArray", DefaultsValue(DefaultsValue::Array{}), 0, false, std::nullopt, "stringArray"},
+        {"mixedArray", DefaultsValue(DefaultsValue::Array{"a", true}), 0, false, std::nullopt, ""},
+        {"dictionary", DefaultsValue(DefaultsValue::Dictionary{{"a", "b"}}), 0, false, std::nullopt, "dictionary"}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        MemoryDefaults defaults;
+        if (c.stored) defaults.set("key", *c.stored);
+        EXPECT_EQ(defaults.doubleValue("key"), c.asDouble);
+        EXPECT_EQ(defaults.boolValue("key"), c.asBool);
+        EXPECT_EQ(defaults.string("key"), c.asString);
+        EXPECT_EQ(defaults.stringArray("key").has_value(), c.container == "stringArray");
+        EXPECT_EQ(defaults.data("key").has_value(), c.container == "data");
+        EXPECT_EQ(defaults.dictionary("key").has_value(), c.container == "dictionary");
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Values, TypedReaders,
-    ::testing::Values(
-        ReadCase{"missing", std::nullopt, 0, false, std::nullopt, ""},
-        ReadCase{"number", DefaultsValue(300.0), 300, true, "300", ""},
-        ReadCase{"zero", DefaultsValue(0.0), 0, false, "0", ""},
-        ReadCase{"negative", DefaultsValue(-2.5), -2.5, true, "-2.5", ""},
-        ReadCase{"boolTrue", DefaultsValue(true), 1, true, "1", ""},
-        ReadCase{"numericText", DefaultsValue(" 45.5s"), 45.5, true, " 45.5s", ""},
-        ReadCase{"yesText", DefaultsValue("YES"), 0, true, "YES", ""},
-        ReadCase{"noText", DefaultsValue("no"), 0, false, "no", ""},
-        ReadCase{"data", DefaultsValue(Data{"x"}), 0, false, std::nullopt, "data"},
-        ReadCase{"stringArray", DefaultsValue(DefaultsValue::Array{"a", "b"}), 0, false, std::nullopt, "stringArray"},
-        ReadCase{"emptyArray", DefaultsValue(DefaultsValue::Array{}), 0, false, std::nullopt, "stringArray"},
-        ReadCase{"mixedArray", DefaultsValue(DefaultsValue::Array{"a", true}), 0, false, std::nullopt, ""},
-        ReadCase{"dictionary", DefaultsValue(DefaultsValue::Dictionary{{"a", "b"}}), 0, false, std::nullopt,
-                 "dictionary"}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 unsigned mode(const QString& path) {
     struct stat status {};

@@ -44,16 +44,11 @@ INSTANTIATE_TEST_SUITE_P(
                  Frame{656.25, 949.75, 199.5, 32.25}},
         AreaCase{"NoHousing", {0, 0, 1512, 982}, {0, 0, 0, 0}, {0, 0, 0, 0}, std::nullopt},
         AreaCase{"OnlyOneSide", {0, 0, 1512, 982}, {0, 950, 656, 32}, {0, 0, 0, 0}, std::nullopt},
+        AreaCase{"ZeroWidth", {0, 0, 1512, 982}, {0, 950, 0, 32}, {856, 950, 656, 32}, std::nullopt},
+        AreaCase{"NegativeHeight", {0, 0, 1512, 982}, {0, 950, 656, 32}, {856, 982, 656, -32}, std::nullopt},
         AreaCase{"OffTheScreenEitherWay", {1920, 0, 1512, 982}, {5000, 950, 656, 32}, {5856, 950, 656, 32},
                  std::nullopt}),
     [](const auto& info) { return std::string(info.param.name); });
-
-TEST(ReportedAreas, EmptyOrNegativeSizesAreNoArea) {
-    const Frame screen{0, 0, 1512, 982};
-    EXPECT_EQ(auxiliaryAreaOnScreen(screen, Frame{10, 950, 0, 32}), std::nullopt);
-    EXPECT_EQ(auxiliaryAreaOnScreen(screen, Frame{10, 950, 100, -32}), std::nullopt);
-    EXPECT_EQ(auxiliaryAreaOnScreen(screen, Frame{10, 950, 100, 32}), (Frame{10, 950, 100, 32}));
-}
 
 }  // namespace
 }  // namespace plenda

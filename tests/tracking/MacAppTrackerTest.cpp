@@ -216,7 +216,6 @@ TEST_F(Idle, InputAfterIdleStartsSessionAtTheTickEvenAcrossAResume) {
     EXPECT_FALSE(tracker->isIdle());
     EXPECT_EQ(tracker->currentAppName(), "Mail");
     ASSERT_TRUE(tracker->sessionStartedAt());
-    EXPECT_GT(*tracker->sessionStartedAt(), before);
     EXPECT_DOUBLE_EQ(std::fmod(*tracker->sessionStartedAt() - before, 20.0), 18);
 }
 

@@ -68,15 +68,5 @@ TEST_F(StringTableTest, NoTextShownOffTheMacNamesMacServices) {
     EXPECT_GT(checked, 50);
 }
 
-TEST_F(StringTableTest, FormatsTakeTheirArguments) {
-    EXPECT_EQ(qtTrId("mac.tracked").arg("1h 5m"), "1h 5m tracked");
-    EXPECT_EQ(qtTrId("mac.tracked").arg("").trimmed(), "tracked");
-    EXPECT_EQ(qtTrId("mac.sessions", 1), "1 session");
-    EXPECT_EQ(qtTrId("mac.sessions", 3), "3 sessions");
-    EXPECT_EQ(qtTrId("Plenda"), "Plenda");
-    EXPECT_EQ(qtTrId("category.selfcare"), "Self-care");
-    EXPECT_EQ(qtTrId("no.such.key"), "no.such.key");
-}
-
 }  // namespace
 }  // namespace plenda

@@ -47,7 +47,6 @@ TEST(MakeSummaries, FoldsByTitleAndCategoryLargestFirst) {
     EXPECT_EQ(summaries[2].firstStart, Date(50));
     EXPECT_EQ(summaries[2].lastEnd, Date(700));
     EXPECT_EQ(summaries[3].id, "mind|Xcode");
-    EXPECT_FALSE(summaries[3].isAggregate);
     EXPECT_EQ(summaries[4].lastEnd, Date(400)) << "a new summary without end ends at its start";
     // The key uses the stored raw value and leaves the title untouched.
     EXPECT_EQ(summaries[5].id, "self| Journal ");
