@@ -146,8 +146,9 @@ void BlockFileText::replace(const std::vector<MacDayBlock>& before, const std::v
 
 void BlockFileText::replaceFromFile(const std::vector<MacDayBlock>& blocks, std::string_view fileText) {
     const auto pieces = elementsOf(fileText, blocks.size());
-    if (!pieces) return replace({}, blocks);
     slots_.clear();
+    reindex();
+    if (!pieces) return replace({}, blocks);
     for (std::size_t i = 0; i < blocks.size(); ++i) {
         if (i % chunkSize == 0) slots_.push_back({std::make_shared<Chunk>(), false});
         slots_.back().chunk->add(blocks[i].id, (*pieces)[i]);
