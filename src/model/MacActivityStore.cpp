@@ -50,7 +50,6 @@ struct MacActivityStore::Write {
     bool written = false;
     bool outsideWrite = false;
     std::optional<FileStamp> stamp;
-    std::vector<Uuid> ids;
 
     // False when it was dropped before it started.
     bool run(Files& files) {
@@ -66,9 +65,7 @@ struct MacActivityStore::Write {
         } else if (const auto bytes = snapshot.join(); bytes && !files.writeFileAtomically(path, *bytes)) {
             written = true;
             stamp = files.stamp(path);
-            ids = snapshot.sortedIds();
         }
-        snapshot = {};
         {
             std::lock_guard lock(mutex);
             state = State::done;
@@ -134,6 +131,7 @@ MacActivityStore::FileState MacActivityStore::readBlocksFile(const std::string& 
         blocksFileKnown_ = true;
         fileStamp_.reset();
         fileIds_.clear();
+        writtenIds_.reset();
         return FileState::absent;
     }
     blocksFileUnread_ = true;
@@ -153,6 +151,7 @@ MacActivityStore::FileState MacActivityStore::readBlocksFile(const std::string& 
         keepUnreadableFile(path, file.bytes, reason, loading);
         fileStamp_ = files_.stamp(path);
         fileIds_.clear();
+        writtenIds_.reset();
         return FileState::absent;
     }
     std::vector<Uuid> ids;
@@ -163,6 +162,7 @@ MacActivityStore::FileState MacActivityStore::readBlocksFile(const std::string& 
     join.bytes = std::move(file.bytes);
     fileStamp_ = stamp;
     fileIds_ = std::move(ids);
+    writtenIds_.reset();
     return FileState::loaded;
 }
 
@@ -172,7 +172,7 @@ MacActivityStore::FileState MacActivityStore::readBlocksFile(const std::string& 
 MacActivityStore::FileJoin MacActivityStore::joinFileBlocks(std::vector<MacDayBlock> file,
                                                              std::string_view fileText) {
     FileJoin join;
-    if (blocks_.all().empty() && fileIds_.empty()) {
+    if (blocks_.all().empty() && fileIds_.empty() && !writtenIds_) {
         // Every block comes in, in the file's order, and keeps its text.
         join.taken = file;
         blocks_.replaceFromFile(std::move(file), fileText);
@@ -282,7 +282,9 @@ bool MacActivityStore::finishWrite(Write& write) {
     if (!write.written) return false;
     blocksFileKnown_ = true;
     fileStamp_ = write.stamp;
-    fileIds_ = std::move(write.ids);
+    // The ids are sorted out of the snapshot only when another program's write needs them.
+    fileIds_.clear();
+    writtenIds_ = std::move(write.snapshot);
     return true;
 }
 

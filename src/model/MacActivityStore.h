@@ -21,6 +21,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace plenda {
@@ -123,7 +124,10 @@ private:
     void loadBlocks();
     FileState readBlocksFile(const std::string& path, std::string& why, FileJoin& join, bool loading);
     FileJoin joinFileBlocks(std::vector<MacDayBlock> file, std::string_view fileText);
-    bool wasInFile(const Uuid& id) const { return std::binary_search(fileIds_.begin(), fileIds_.end(), id); }
+    bool wasInFile(const Uuid& id) {
+        if (writtenIds_) fileIds_ = std::exchange(writtenIds_, std::nullopt)->sortedIds();
+        return std::binary_search(fileIds_.begin(), fileIds_.end(), id);
+    }
     // Brings in what another program wrote since; false when the file must
     // not be replaced (it could not be read).
     bool takeOutsideWritesBeforeSave(const std::string& path);
@@ -171,6 +175,7 @@ private:
     // from one that program added.
     std::optional<FileStamp> fileStamp_;
     std::vector<Uuid> fileIds_;  // sorted
+    std::optional<BlockFileText::Snapshot> writtenIds_;  // instead, until they are needed
     bool blocksFileKnown_ = false;  // read (or found missing) or written once
     ObserverList observers_;
     Lifetime lifetime_;
