@@ -115,7 +115,8 @@ protected:
     }
     std::vector<std::string> savedTitles() {
         std::vector<std::string> titles;
-        for (const MacDayBlock& block : *decodeBlocks(files.files.at(blocksPath))) titles.push_back(block.title);
+        const auto saved = decodeBlocks(files.files.at(blocksPath));
+        for (const MacDayBlock& block : *saved) titles.push_back(block.title);
         return titles;
     }
     using Titles = std::vector<std::string>;
