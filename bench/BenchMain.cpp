@@ -41,6 +41,13 @@ public:
         }
         ratio("recordSession/1000000", "recordSession/100000", 2);
         ratio("upsertRecent/1000000", "upsertRecent/100000", 2);
+        // Saves: the main thread's share and the whole write against a raw one.
+        for (const char* size : {"100000", "365000", "1000000"}) {
+            const std::string saves = std::string(size) == "1000000" ? "5" : "12";
+            limit(std::string("saveMainThread/") + size + "/iterations:" + saves + "/manual_time", 0.002);
+            ratio(std::string("saveWallTime/") + size + "/iterations:" + saves + "/manual_time",
+                  std::string("rawWriteOf/") + size, 2);
+        }
         limit("BM_DayWindowRedraw/720/560", 0.016);
         limit("BM_DayWindowRedraw/1200/900", 0.016);
     }

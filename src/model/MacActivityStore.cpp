@@ -8,6 +8,8 @@
 #include "platform/StringTable.h"
 
 #include <algorithm>
+#include <condition_variable>
+#include <mutex>
 #include <new>
 #include <unordered_map>
 
@@ -35,8 +37,47 @@ MacActivityStore::MacActivityStore(Dependencies dependencies)
     splitMidnightSpanningBlocks();
 }
 
+// One write of the block file, handed from the main thread to the writer.
+struct MacActivityStore::Write {
+    enum class State { queued, running, done, dropped };
+    std::mutex mutex;
+    std::condition_variable settled;
+    State state = State::queued;
+    std::string path;
+    BlockFileText::Snapshot snapshot;
+    std::optional<FileStamp> expected;  // the file as the store last read or wrote it
+    // What came of it.
+    bool written = false;
+    bool outsideWrite = false;
+    std::optional<FileStamp> stamp;
+
+    // False when it was dropped before it started.
+    bool run(Files& files) {
+        {
+            std::lock_guard lock(mutex);
+            if (state != State::queued) return false;
+            state = State::running;
+        }
+        // Checked again right before the write: another program may have
+        // written since the main thread looked.
+        if (files.stamp(path) != expected) {
+            outsideWrite = true;
+        } else if (const auto bytes = snapshot.join(); bytes && !files.writeFileAtomically(path, *bytes)) {
+            written = true;
+            stamp = files.stamp(path);
+        }
+        {
+            std::lock_guard lock(mutex);
+            state = State::done;
+        }
+        settled.notify_all();
+        return true;
+    }
+};
+
 MacActivityStore::~MacActivityStore() {
     if (writeWorkItem_) writeWorkItem_->cancel();
+    settleWrite();
 }
 
 const std::string& MacActivityStore::blocksFilePath() {
@@ -90,6 +131,7 @@ MacActivityStore::FileState MacActivityStore::readBlocksFile(const std::string& 
         blocksFileKnown_ = true;
         fileStamp_.reset();
         fileIds_.clear();
+        writtenIds_.reset();
         return FileState::absent;
     }
     blocksFileUnread_ = true;
@@ -109,22 +151,33 @@ MacActivityStore::FileState MacActivityStore::readBlocksFile(const std::string& 
         keepUnreadableFile(path, file.bytes, reason, loading);
         fileStamp_ = files_.stamp(path);
         fileIds_.clear();
+        writtenIds_.reset();
         return FileState::absent;
     }
-    std::unordered_set<Uuid> ids;
-    for (const MacDayBlock& block : *decoded) ids.insert(block.id);
-    join = joinFileBlocks(std::move(*decoded));
+    std::vector<Uuid> ids;
+    ids.reserve(decoded->size());
+    for (const MacDayBlock& block : *decoded) ids.push_back(block.id);
+    std::sort(ids.begin(), ids.end());
+    join = joinFileBlocks(std::move(*decoded), file.bytes);
     join.bytes = std::move(file.bytes);
     fileStamp_ = stamp;
     fileIds_ = std::move(ids);
+    writtenIds_.reset();
     return FileState::loaded;
 }
 
 // A block only in the file comes in, unless it was deleted here since the
 // file was last read or written; of a block in both, the newer version stays
 // (the one here on a tie).
-MacActivityStore::FileJoin MacActivityStore::joinFileBlocks(std::vector<MacDayBlock> file) {
+MacActivityStore::FileJoin MacActivityStore::joinFileBlocks(std::vector<MacDayBlock> file,
+                                                             std::string_view fileText) {
     FileJoin join;
+    if (blocks_.all().empty() && fileIds_.empty() && !writtenIds_) {
+        // Every block comes in, in the file's order, and keeps its text.
+        join.taken = file;
+        blocks_.replaceFromFile(std::move(file), fileText);
+        return join;
+    }
     std::unordered_map<Uuid, std::size_t> here;
     for (std::size_t i = 0; i < blocks_.size(); ++i) here.emplace(blocks_[i].id, i);
     std::vector<bool> matched(blocks_.size());
@@ -133,7 +186,7 @@ MacActivityStore::FileJoin MacActivityStore::joinFileBlocks(std::vector<MacDayBl
     for (MacDayBlock& block : file) {
         const auto found = here.find(block.id);
         if (found == here.end()) {
-            if (fileIds_.contains(block.id)) continue;
+            if (wasInFile(block.id)) continue;
         } else {
             if (matched[found->second]) continue;
             matched[found->second] = true;
@@ -148,7 +201,7 @@ MacActivityStore::FileJoin MacActivityStore::joinFileBlocks(std::vector<MacDayBl
     }
     for (std::size_t i = 0; i < blocks_.size(); ++i) {
         if (matched[i]) continue;
-        if (fileIds_.contains(blocks_[i].id)) ++join.lacking;
+        if (wasInFile(blocks_[i].id)) ++join.lacking;
         result.push_back(blocks_[i]);
     }
     if (!blocks_.all().empty()) {
@@ -203,13 +256,7 @@ void MacActivityStore::keepUnreadableFile(const std::string& path, const std::st
     }
 }
 
-bool MacActivityStore::saveNow() {
-    if (writeWorkItem_) {
-        writeWorkItem_->cancel();
-        writeWorkItem_.reset();
-    }
-    const std::string& path = blocksFilePath();
-    if (path.empty()) return false;
+bool MacActivityStore::takeOutsideWritesBeforeSave(const std::string& path) {
     // Unread since launch, or written by another program since this store read or wrote it.
     const bool known = blocksFileKnown_;
     if (blocksFileUnread_ || files_.stamp(path) != fileStamp_) {
@@ -220,21 +267,77 @@ bool MacActivityStore::saveNow() {
         if (known && state == FileState::loaded) takeOutsideWrite(path, join);
         publish();
     }
-    const auto bytes = encodeBlocks(blocks_.all());
-    if (!bytes) return false;
-    if (files_.writeFileAtomically(path, *bytes)) return false;
-    blocksFileKnown_ = true;
-    fileStamp_ = files_.stamp(path);
-    fileIds_.clear();
-    for (const MacDayBlock& block : blocks_.all()) fileIds_.insert(block.id);
     return true;
+}
+
+std::shared_ptr<MacActivityStore::Write> MacActivityStore::startWrite(const std::string& path) {
+    auto write = std::make_shared<Write>();
+    write->path = path;
+    write->expected = fileStamp_;
+    write->snapshot = blocks_.snapshot();
+    return write;
+}
+
+bool MacActivityStore::finishWrite(Write& write) {
+    if (!write.written) return false;
+    blocksFileKnown_ = true;
+    fileStamp_ = write.stamp;
+    // The ids are sorted out of the snapshot only when another program's write needs them.
+    fileIds_.clear();
+    writtenIds_ = std::move(write.snapshot);
+    return true;
+}
+
+void MacActivityStore::settleWrite() {
+    if (!write_) return;
+    const auto write = std::exchange(write_, nullptr);
+    std::unique_lock lock(write->mutex);
+    if (write->state == Write::State::queued) write->state = Write::State::dropped;
+    write->settled.wait(lock, [&] { return write->state != Write::State::running; });
+    if (write->state == Write::State::done) finishWrite(*write);
+}
+
+bool MacActivityStore::saveNow() {
+    if (writeWorkItem_) {
+        writeWorkItem_->cancel();
+        writeWorkItem_.reset();
+    }
+    saveAgain_ = false;
+    settleWrite();  // so the newest lands last
+    const std::string& path = blocksFilePath();
+    if (path.empty() || !takeOutsideWritesBeforeSave(path)) return false;
+    const auto write = startWrite(path);
+    write->run(files_);
+    return finishWrite(*write);
+}
+
+// One write at a time: changes made while one is under way are saved once it
+// is done, from a new snapshot.
+void MacActivityStore::saveInBackground() {
+    if (write_) {
+        saveAgain_ = true;
+        return;
+    }
+    const std::string& path = blocksFilePath();
+    if (path.empty() || !takeOutsideWritesBeforeSave(path)) return;
+    write_ = startWrite(path);
+    scheduler_.runOnWriter([write = write_, &files = files_, &scheduler = scheduler_, alive = lifetime_.weak(), this] {
+        if (!write->run(files)) return;
+        scheduler.post([write, alive, this] {
+            if (alive.expired() || write_ != write) return;
+            write_.reset();
+            finishWrite(*write);
+            if (write->outsideWrite || std::exchange(saveAgain_, false)) saveInBackground();
+        });
+    });
 }
 
 void MacActivityStore::scheduleSave() {
     if (writeWorkItem_) writeWorkItem_->cancel();
     writeWorkItem_ = scheduler_.after(saveDelay, [this, alive = lifetime_.weak()] {
         if (alive.expired()) return;
-        saveNow();
+        writeWorkItem_.reset();
+        saveInBackground();
     });
 }
 

@@ -6,13 +6,14 @@
 // operations), and the category override table through the categoryChosen
 // callback (tracking's setCategoryOverride in the application).
 
-#include "model/BlockList.h"
+#include "model/BlockFileText.h"
 #include "model/MacDayBlock.h"
 #include "base/Observers.h"
 #include "platform/Files.h"
 #include "platform/Scheduler.h"
 #include "model/StoreSync.h"
 
+#include <algorithm>
 #include <functional>
 #include <iostream>
 #include <memory>
@@ -20,6 +21,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace plenda {
@@ -77,10 +79,12 @@ public:
     // Application Support/Plenda/blocks.json; empty when there is no such folder.
     const std::string& blocksFilePath();
 
-    // Persistence. saveNow returns whether the file was written.
+    // Persistence. saveNow writes before it returns (after any write under
+    // way) and returns whether the file was written. The debounced save
+    // writes on the scheduler's writer thread from a snapshot.
     bool saveNow();
     void scheduleSave();
-    bool hasPendingSave() const { return writeWorkItem_.has_value(); }
+    bool hasPendingSave() const { return writeWorkItem_.has_value() || write_ || saveAgain_; }
 
     // Session recording.
     void recordSession(const std::string& title, MacBlockCategory category, Date start, Date end,
@@ -119,7 +123,20 @@ private:
     };
     void loadBlocks();
     FileState readBlocksFile(const std::string& path, std::string& why, FileJoin& join, bool loading);
-    FileJoin joinFileBlocks(std::vector<MacDayBlock> file);
+    FileJoin joinFileBlocks(std::vector<MacDayBlock> file, std::string_view fileText);
+    bool wasInFile(const Uuid& id) {
+        if (writtenIds_) fileIds_ = std::exchange(writtenIds_, std::nullopt)->sortedIds();
+        return std::binary_search(fileIds_.begin(), fileIds_.end(), id);
+    }
+    // Brings in what another program wrote since; false when the file must
+    // not be replaced (it could not be read).
+    bool takeOutsideWritesBeforeSave(const std::string& path);
+    struct Write;
+    std::shared_ptr<Write> startWrite(const std::string& path);
+    void saveInBackground();
+    // Waits for the write under way, drops one not started yet.
+    void settleWrite();
+    bool finishWrite(Write& write);
     void takeOutsideWrite(const std::string& path, const FileJoin& join);
     void splitMidnightSpanningBlocks();
     std::string copyPathBeside(const std::string& path, std::string_view kind) const;
@@ -142,10 +159,12 @@ private:
     std::ostream& output_;
     std::function<void(std::string_view, MacBlockCategory)> categoryChosen_;
 
-    BlockList blocks_;
+    FileBlockList blocks_;
     std::string syncMessage_;
     Date selectedDate_;
     std::optional<TaskHandle> writeWorkItem_;
+    std::shared_ptr<Write> write_;  // handed to the writer, not finished yet
+    bool saveAgain_ = false;        // changes came while it was under way
     std::unique_ptr<StoreSync> sync_;
     bool cloudSyncDisabled_ = false;
     std::optional<std::string> blocksFilePath_;
@@ -155,7 +174,8 @@ private:
     // another program wrote it since, and the ids tell a block deleted here
     // from one that program added.
     std::optional<FileStamp> fileStamp_;
-    std::unordered_set<Uuid> fileIds_;
+    std::vector<Uuid> fileIds_;  // sorted
+    std::optional<BlockFileText::Snapshot> writtenIds_;  // instead, until they are needed
     bool blocksFileKnown_ = false;  // read (or found missing) or written once
     ObserverList observers_;
     Lifetime lifetime_;

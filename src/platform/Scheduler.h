@@ -31,7 +31,7 @@ private:
     std::shared_ptr<State> state_;
 };
 
-// The main loop and the one background worker. Every wait in the program goes
+// The main loop, the background worker and the file writer. Every wait in the program goes
 // through here, so tests can run hours of virtual time in milliseconds.
 class Scheduler {
 public:
@@ -47,6 +47,9 @@ public:
     virtual TaskHandle repeating(double interval, double tolerance, Task task) = 0;
     // Runs `task` on the serial background worker: one task at a time, in order.
     virtual void runOnWorker(Task task) = 0;
+    // Runs `task` on the serial file writer, a thread of its own so that a
+    // slow worker task (a cloud request) never holds up a save.
+    virtual void runOnWriter(Task task) = 0;
 };
 
 // Lets scheduled work hold its owner weakly: the owner keeps a Lifetime, the

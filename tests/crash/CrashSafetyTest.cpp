@@ -1,10 +1,12 @@
 // Kills a process that keeps saving the block file at random moments and
 // checks after every kill that the file still decodes and holds every block
 // of the last save that completed.
+#include "model/MacActivityStore.h"
 #include "model/MacDayBlockJson.h"
 
 #include <gtest/gtest.h>
 
+#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 
@@ -14,6 +16,7 @@
 #include <optional>
 #include <random>
 #include <set>
+#include <vector>
 #include <string>
 #include <sys/wait.h>
 #include <thread>
@@ -22,39 +25,55 @@
 namespace plenda {
 namespace {
 
-// Starts the writer, lets it run for `runFor` (counted from its first
-// completed save when `afterFirstSave`), kills it with SIGKILL and returns
-// the block count of the last save it reported as completed.
-std::optional<std::size_t> killDuringSaves(const std::string& folder, std::chrono::microseconds runFor,
-                                           bool afterFirstSave) {
+double steadySeconds() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+struct Killed {
+    std::vector<std::string> lines;  // everything the writer printed
+    double at = 0;                   // on the steady clock, which the writer shares
+};
+
+// Starts the writer (with `mode` as its second argument, if any), lets it run
+// for `runFor` (counted from its first printed line when `afterFirstLine`),
+// kills it with SIGKILL and returns what it printed.
+Killed killDuringSaves(const std::string& folder, std::chrono::microseconds runFor, bool afterFirstLine,
+                       const char* mode = nullptr) {
     int pipeFds[2];
     EXPECT_EQ(pipe(pipeFds), 0);
     const pid_t child = fork();
     if (child == 0) {
         dup2(pipeFds[1], STDOUT_FILENO);
         close(pipeFds[0]);
-        execl(PLENDA_CRASH_WRITER, PLENDA_CRASH_WRITER, folder.c_str(), nullptr);
+        execl(PLENDA_CRASH_WRITER, PLENDA_CRASH_WRITER, folder.c_str(), mode, nullptr);
         _exit(127);
     }
     close(pipeFds[1]);
     FILE* output = fdopen(pipeFds[0], "r");
-    std::optional<std::size_t> lastSave;
-    const auto readSave = [&] {
-        std::size_t count = 0;
-        if (std::fscanf(output, " saved %zu", &count) != 1) return false;
-        lastSave = count;
+    Killed killed;
+    char line[256];
+    const auto readLine = [&] {
+        if (!std::fgets(line, sizeof line, output)) return false;
+        killed.lines.emplace_back(line);
         return true;
     };
-    if (afterFirstSave) readSave();
+    if (afterFirstLine) readLine();
     // A real process has to be killed at a real moment.
     std::this_thread::sleep_for(runFor);
+    killed.at = steadySeconds();
     kill(child, SIGKILL);
     int status = 0;
     waitpid(child, &status, 0);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << "the writer must not stop by itself";
-    while (readSave()) continue;
+    while (readLine()) continue;
     std::fclose(output);
-    return lastSave;
+    return killed;
+}
+
+std::optional<std::vector<MacDayBlock>> readBlocks(const std::string& path, std::string& error) {
+    QFile file(QString::fromStdString(path));
+    if (!file.open(QIODevice::ReadOnly)) return std::nullopt;
+    return decodeBlocks(file.readAll().toStdString(), &error);
 }
 
 TEST(CrashSafety, KilledMidSaveTheFileStillHoldsTheLastCompletedSave) {
@@ -67,17 +86,21 @@ TEST(CrashSafety, KilledMidSaveTheFileStillHoldsTheLastCompletedSave) {
 
     for (; kills < 200; ++kills) {
         // Most kills land among saves; every fifth may land during start-up.
-        const auto lastSave = killDuringSaves(folder.path().toStdString(),
+        const Killed killed = killDuringSaves(folder.path().toStdString(),
                                               std::chrono::microseconds(microseconds(random)), kills % 5 != 0);
+        std::optional<std::size_t> lastSave;
+        for (const std::string& line : killed.lines) {
+            std::size_t count = 0;
+            if (std::sscanf(line.c_str(), "saved %zu", &count) == 1) lastSave = count;
+        }
         killsWithSaves += lastSave.has_value();
 
-        QFile file(QString::fromStdString(path));
-        if (!file.open(QIODevice::ReadOnly)) {
+        std::string error;
+        const auto blocks = readBlocks(path, error);
+        if (!blocks && error.empty()) {
             ASSERT_FALSE(lastSave) << "a save completed but there is no file";
             continue;
         }
-        std::string error;
-        const auto blocks = decodeBlocks(file.readAll().toStdString(), &error);
         ASSERT_TRUE(blocks) << "after kill " << kills << ": " << error;
 
         std::set<std::string> titles;
@@ -90,6 +113,75 @@ TEST(CrashSafety, KilledMidSaveTheFileStillHoldsTheLastCompletedSave) {
     }
     EXPECT_GE(killsWithSaves, 160) << "four runs in five wait for a completed save";
     EXPECT_GT(previousCount, 200u);
+}
+
+// Sessions come in bursts on the real event loop and the debounced saves
+// write on the writer thread. After every kill the file decodes, keeps every
+// block the file held before, and holds every session followed by the
+// debounce's quiet that was recorded longer ago than the debounce, one write
+// and a margin for the event loop. At every size: from empty, and from a
+// ten-years-like file.
+TEST(CrashSafety, KilledWhileSavingInTheBackgroundLosesNothingOlderThanTheDebounceAndOneWrite) {
+    constexpr double margin = 0.5;
+    std::mt19937 random(20261124);
+    std::uniform_int_distribution<int> milliseconds(200, 3000);
+    int bounded = 0;
+    for (const std::size_t size : {std::size_t(0), std::size_t(30000)}) {
+        QTemporaryDir folder;
+        const std::string path = folder.path().toStdString() + "/Plenda/blocks.json";
+        std::vector<MacDayBlock> old;
+        for (std::size_t i = 0; i < size; ++i) {
+            const Date start(600000000.0 + 600.0 * i);
+            old.push_back(MacDayBlock{Uuid::random(), "Old " + std::to_string(i), MacBlockCategory::work, 5,
+                                      "Logged automatically on Mac", start, start, start + 300.0, "tracked", start + 300.0});
+        }
+        if (size > 0) {
+            QDir().mkpath(folder.path() + "/Plenda");
+            QFile file(QString::fromStdString(path));
+            ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+            file.write(encodeBlocks(old)->c_str());
+        }
+        std::set<Uuid> held;
+        for (const MacDayBlock& block : old) held.insert(block.id);
+        double longestWrite = 0;
+
+        for (int round = 0; round < 12; ++round) {
+            SCOPED_TRACE("size " + std::to_string(size) + ", round " + std::to_string(round));
+            const Killed killed = killDuringSaves(folder.path().toStdString(),
+                                                  std::chrono::milliseconds(milliseconds(random)), false, "background");
+            std::vector<std::pair<Uuid, double>> recorded;
+            for (const std::string& line : killed.lines) {
+                char id[64];
+                double begin = 0, end = 0;
+                if (std::sscanf(line.c_str(), "recorded %63s %lf", id, &begin) == 2) recorded.emplace_back(*Uuid::parse(id), begin);
+                if (std::sscanf(line.c_str(), "wrote %lf %lf", &begin, &end) == 2) longestWrite = std::max(longestWrite, end - begin);
+            }
+            std::string error;
+            const auto blocks = readBlocks(path, error);
+            if (!blocks && error.empty()) {
+                ASSERT_TRUE(held.empty()) << "the file is gone";
+                continue;
+            }
+            ASSERT_TRUE(blocks) << error;
+            std::set<Uuid> now;
+            for (const MacDayBlock& block : *blocks) now.insert(block.id);
+            for (const Uuid& id : held) ASSERT_TRUE(now.contains(id)) << "a block that was in the file went missing";
+
+            // The newest session whose save must have landed by the kill.
+            std::optional<std::size_t> due;
+            for (std::size_t i = 0; i < recorded.size(); ++i) {
+                const bool quietAfter = i + 1 == recorded.size() ||
+                                        recorded[i + 1].second - recorded[i].second >= MacActivityStore::saveDelay;
+                if (quietAfter && killed.at - recorded[i].second > MacActivityStore::saveDelay + longestWrite + margin) due = i;
+            }
+            for (std::size_t i = 0; due && i <= *due; ++i) {
+                ASSERT_TRUE(now.contains(recorded[i].first)) << "session " << i << " of " << recorded.size();
+            }
+            bounded += due.has_value();
+            held = std::move(now);
+        }
+    }
+    EXPECT_GE(bounded, 8) << "most kills come late enough for the bound to say something";
 }
 
 }  // namespace

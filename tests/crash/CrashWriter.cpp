@@ -1,21 +1,109 @@
-// Saves a growing store in a loop until it is killed. After every save that
-// completed it prints "saved N" (N blocks in that save), so a test that kills
-// it knows what the file must at least hold.
+// Saves a growing store until it is killed, in one of two ways:
+// - `plenda-crash-writer FOLDER` calls saveNow in a loop and prints "saved N"
+//   (N blocks in that save) after every save that completed;
+// - `plenda-crash-writer FOLDER background` records sessions in bursts on the
+//   real event loop and lets the debounced saves write on the writer thread.
+//   It prints "recorded ID T" for every new block and "wrote S E" for every
+//   write that completed (T, S, E on the steady clock, in seconds), so a test
+//   that kills it can tell what the file must hold.
 #include "fakes/KeyStringTable.h"
 #include "fakes/MemoryDefaults.h"
 #include "fakes/VirtualScheduler.h"
 #include "model/MacActivityStore.h"
 #include "platform/IcuCalendar.h"
 #include "platform/qt/QtFiles.h"
+#include "platform/qt/QtScheduler.h"
+#include "platform/qt/SystemClock.h"
 
+#include <QCoreApplication>
+#include <QTimer>
+
+#include <chrono>
 #include <cstdio>
+#include <cstring>
+#include <mutex>
+#include <random>
 #include <sstream>
 #include <string>
+#include <unistd.h>
+
+namespace plenda {
+namespace {
+
+double steadySeconds() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+std::mutex printing;
+
+// Reports every completed write with when it began and ended.
+class TimedFiles final : public Files {
+public:
+    explicit TimedFiles(Files& files) : files_(files) {}
+    std::optional<std::string> applicationSupportDirectory() const override {
+        return files_.applicationSupportDirectory();
+    }
+    bool createDirectories(const std::string& path) override { return files_.createDirectories(path); }
+    FileRead readFile(const std::string& path) const override { return files_.readFile(path); }
+    std::optional<FileStamp> stamp(const std::string& path) const override { return files_.stamp(path); }
+    bool moveFile(const std::string& from, const std::string& to) override { return files_.moveFile(from, to); }
+    std::optional<std::string> writeFileAtomically(const std::string& path, std::string_view bytes) override {
+        const double start = steadySeconds();
+        auto failure = files_.writeFileAtomically(path, bytes);
+        if (!failure) {
+            std::lock_guard lock(printing);
+            std::printf("wrote %.6f %.6f\n", start, steadySeconds());
+            std::fflush(stdout);
+        }
+        return failure;
+    }
+
+private:
+    Files& files_;
+};
+
+int saveInBackground(int argc, char** argv, Files& plain) {
+    QCoreApplication app(argc, argv);
+    QtScheduler scheduler;
+    SystemClock clock;
+    IcuCalendar calendar("UTC");
+    MemoryDefaults defaults;
+    defaults.setBool("didSplitMidnightSpanningBlocks", true);
+    KeyStringTable strings;
+    std::ostringstream quiet;
+    TimedFiles files(plain);
+    MacActivityStore store({clock, scheduler, calendar, defaults, files, strings, true, &Uuid::random, quiet});
+
+    // Bursts of one to three sessions, then a pause that may or may not let
+    // the debounced save fire before the next burst.
+    std::mt19937 random(static_cast<unsigned>(getpid()));
+    std::uniform_int_distribution<int> burst(1, 3), pause(300, 1500);
+    int left = 0;
+    std::function<void()> next = [&] {
+        if (left == 0) left = burst(random);
+        const Date now = clock.now();
+        store.recordSession("Session " + std::to_string(store.blocks().size()), MacBlockCategory::work, now - 1,
+                            now, "Logged automatically on Mac");
+        {
+            std::lock_guard lock(printing);
+            std::printf("recorded %s %.6f\n", store.blocks().back().id.string().c_str(), steadySeconds());
+            std::fflush(stdout);
+        }
+        QTimer::singleShot(--left > 0 ? 20 : pause(random), next);
+    };
+    QTimer::singleShot(0, next);
+    return app.exec();
+}
+
+}  // namespace
+}  // namespace plenda
 
 int main(int argc, char** argv) {
     using namespace plenda;
-    if (argc != 2) return 2;  // the application support folder
+    if (argc < 2) return 2;  // the application support folder
     QtFiles files(argv[1]);
+    if (argc == 3 && std::strcmp(argv[2], "background") == 0) return saveInBackground(argc, argv, files);
+
     VirtualScheduler scheduler;
     IcuCalendar calendar("UTC");
     MemoryDefaults defaults;

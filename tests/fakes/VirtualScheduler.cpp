@@ -14,6 +14,8 @@ void VirtualScheduler::post(Task task) { schedule(now_, std::move(task), 0, fals
 
 void VirtualScheduler::runOnWorker(Task task) { schedule(now_, std::move(task), 0, false); }
 
+void VirtualScheduler::runOnWriter(Task task) { schedule(now_, std::move(task), 0, false); }
+
 TaskHandle VirtualScheduler::after(double seconds, Task task) {
     return schedule(now_ + std::max(0.0, seconds), std::move(task), 0, true);
 }

@@ -11,7 +11,7 @@ namespace plenda {
 
 // Virtual time for tests: nothing runs until the test advances the clock, and
 // then everything due runs in time order (ties in the order scheduled).
-// Worker tasks run on the calling thread, one at a time, like a serial queue;
+// Worker and writer tasks run on the calling thread, one at a time, like a serial queue;
 // everything happens on the test's thread.
 class VirtualScheduler final : public Scheduler, public Clock {
 public:
@@ -23,6 +23,7 @@ public:
     TaskHandle after(double seconds, Task task) override;
     TaskHandle repeating(double interval, double tolerance, Task task) override;
     void runOnWorker(Task task) override;
+    void runOnWriter(Task task) override;
 
     // Sets the wall clock forward (or back) without time passing.
     void jumpWallClock(double seconds) { wallOffset_ += seconds; }

@@ -177,5 +177,58 @@ TEST_F(ThreadedTest, StoreUploadsBesideTheMainThread) {
     }
 }
 
+// A debounced save writes on the writer thread while the main thread goes on
+// editing the very chunks it is joining; saveNow then waits for that write
+// and lands the newest version last.
+TEST_F(ThreadedTest, BackgroundSaveBesideEditsAndSaveNowAfterIt) {
+    // Holds the writer inside its first write until the main thread has edited.
+    class HeldFiles final : public Files {
+    public:
+        explicit HeldFiles(Files& files) : files_(files) {}
+        std::optional<std::string> applicationSupportDirectory() const override {
+            return files_.applicationSupportDirectory();
+        }
+        bool createDirectories(const std::string& path) override { return files_.createDirectories(path); }
+        FileRead readFile(const std::string& path) const override { return files_.readFile(path); }
+        std::optional<FileStamp> stamp(const std::string& path) const override { return files_.stamp(path); }
+        bool moveFile(const std::string& from, const std::string& to) override { return files_.moveFile(from, to); }
+        std::optional<std::string> writeFileAtomically(const std::string& path, std::string_view bytes) override {
+            if (written.empty()) {
+                started = true;
+                while (!proceed) std::this_thread::yield();
+            }
+            written.emplace_back(bytes);
+            return files_.writeFileAtomically(path, bytes);
+        }
+        std::atomic<bool> started{false}, proceed{false};
+        std::vector<std::string> written;
+
+    private:
+        Files& files_;
+    };
+    QTemporaryDir root;
+    QtFiles plain{root.path().toStdString()};
+    HeldFiles files{plain};
+    IcuCalendar calendar("Europe/Berlin");
+    KeyStringTable strings;
+    MacActivityStore store({clock, scheduler, calendar, defaults, files, strings, true, &Uuid::random, output});
+    const Date start = clock.now() - 86400;
+    const auto record = [&](int i) {
+        store.recordSession("Session " + std::to_string(i), MacBlockCategory::work, start + i, start + i + 0.5,
+                            std::nullopt);
+    };
+    for (int i = 0; i < 1200; ++i) record(i);
+    runUntil([&] { return files.started.load(); });
+    for (int i = 1200; i < 1300; ++i) record(i);
+    MacDayBlock edited = store.blocks()[3];
+    edited.title = "Edited";
+    store.upsert(edited);
+    files.proceed = true;
+    ASSERT_TRUE(store.saveNow());
+    ASSERT_EQ(files.written.size(), 2u);
+    EXPECT_EQ(decodeBlocks(files.written[0])->size(), 1200u) << "the snapshot, not what came after";
+    EXPECT_EQ(*decodeBlocks(plain.readFile(root.path().toStdString() + "/Plenda/blocks.json").bytes), store.blocks());
+}
+
 }  // namespace
 }  // namespace plenda

@@ -50,14 +50,24 @@ private:
     std::deque<Task> tasks_;
 };
 
-QtScheduler::QtScheduler() : mainQueue_(new TaskQueue(&mainContext_)), workerQueue_(new TaskQueue) {
-    workerThread_.setObjectName("plenda-worker");
-    workerQueue_->moveToThread(&workerThread_);
-    QObject::connect(&workerThread_, &QThread::finished, workerQueue_, &QObject::deleteLater);
-    workerThread_.start();
+QtScheduler::QtScheduler()
+    : mainQueue_(new TaskQueue(&mainContext_)), workerQueue_(new TaskQueue), writerQueue_(new TaskQueue) {
+    const auto start = [](QThread& thread, TaskQueue* queue, const char* name) {
+        thread.setObjectName(name);
+        queue->moveToThread(&thread);
+        QObject::connect(&thread, &QThread::finished, queue, &QObject::deleteLater);
+        thread.start();
+    };
+    start(workerThread_, workerQueue_, "plenda-worker");
+    start(writerThread_, writerQueue_, "plenda-writer");
 }
 
-QtScheduler::~QtScheduler() { stopWorker(-1); }
+// A write under way is finished, never cut off.
+QtScheduler::~QtScheduler() {
+    stopWorker(-1);
+    writerThread_.quit();
+    writerThread_.wait();
+}
 
 bool QtScheduler::stopWorker(int milliseconds) {
     workerThread_.quit();
@@ -67,6 +77,8 @@ bool QtScheduler::stopWorker(int milliseconds) {
 void QtScheduler::post(Task task) { mainQueue_->push(std::move(task)); }
 
 void QtScheduler::runOnWorker(Task task) { workerQueue_->push(std::move(task)); }
+
+void QtScheduler::runOnWriter(Task task) { writerQueue_->push(std::move(task)); }
 
 TaskHandle QtScheduler::after(double seconds, Task task) {
     return startTimer(seconds, 0, false, std::move(task));

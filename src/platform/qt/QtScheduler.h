@@ -8,8 +8,8 @@
 namespace plenda {
 
 // Main-thread work on Qt's event loop (QTimer), background work on one
-// worker thread. Create and use on the main thread; `post` and
-// `runOnWorker` may be called from any thread.
+// worker thread, file writes on another. Create and use on the main thread;
+// `post`, `runOnWorker` and `runOnWriter` may be called from any thread.
 class QtScheduler final : public Scheduler {
 public:
     QtScheduler();
@@ -19,6 +19,7 @@ public:
     TaskHandle after(double seconds, Task task) override;
     TaskHandle repeating(double interval, double tolerance, Task task) override;
     void runOnWorker(Task task) override;
+    void runOnWriter(Task task) override;
 
     // Asks the worker to stop after its current task and waits at most
     // `milliseconds`; false while it is still busy (a request that does not
@@ -33,6 +34,8 @@ private:
     TaskQueue* mainQueue_;
     QThread workerThread_;
     TaskQueue* workerQueue_;
+    QThread writerThread_;
+    TaskQueue* writerQueue_;
 };
 
 }  // namespace plenda
