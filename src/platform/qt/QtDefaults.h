@@ -28,7 +28,7 @@ public:
     std::optional<DefaultsValue> object(std::string_view key) const override;
     void set(std::string_view key, DefaultsValue value) override;
     void remove(std::string_view key) override;
-    void synchronize();
+    void synchronize() override;
 
     // The JSON settings format used off macOS; exposed for tests.
     static QSettings::Format typedJsonFormat();
