@@ -126,4 +126,9 @@ void JsonWriter::boolean(bool value) {
     text_ += value ? "true" : "false";
 }
 
+void JsonWriter::null() {
+    separate();
+    text_ += "null";
+}
+
 }  // namespace plenda
