@@ -19,6 +19,8 @@ public:
             if (run.run_type != Run::RT_Iteration || run.iterations == 0) continue;
             seconds_[run.benchmark_name()] = run.GetAdjustedRealTime() /
                                              benchmark::GetTimeUnitMultiplier(run.time_unit);
+            if (const auto writes = run.counters.find("writes"); writes != run.counters.end())
+                writes_[run.benchmark_name()] = writes->second;
         }
     }
 
@@ -31,6 +33,13 @@ public:
         limit("recordSession", 0.001);
         limit("BM_DayWindowRedraw/720/560", 0.016);
         limit("BM_DayWindowRedraw/1200/900", 0.016);
+        limit("writeIdSet365k", 0.050);
+        ratio("idleSyncTick/365k", "idleSyncTick/Empty", 2);
+        ratio("idleSyncTick/365kNoCloud", "idleSyncTick/Empty", 2);
+        for (const auto& [name, writes] : writes_) {
+            std::printf("  %-28s %6.0f writes            (target 0)         %s\n", name.c_str(), writes,
+                        writes == 0 ? "met" : "NOT MET");
+        }
     }
 
 private:
@@ -48,6 +57,7 @@ private:
     }
 
     std::map<std::string, double> seconds_;
+    std::map<std::string, double> writes_;
 };
 
 }  // namespace
