@@ -129,6 +129,8 @@ struct QtDefaults::File {
     using Clock = std::chrono::steady_clock;
 
     std::string path;
+    // False when an unreadable file could not be moved aside: it is never written over.
+    bool writable = true;
     Clock::duration writeDelay;
     std::mutex mutex;  // guards everything below but `writing` and `writes`
     std::map<std::string, std::shared_ptr<const DefaultsValue>> values;
@@ -142,7 +144,7 @@ struct QtDefaults::File {
     std::thread writer;
 
     void changed() {
-        if (dirty) return;
+        if (dirty || !writable) return;
         dirty = true;
         due = Clock::now() + writeDelay;
         wake.notify_all();
@@ -306,7 +308,7 @@ std::unique_ptr<QtDefaults> QtDefaults::openFile(const QString& path, std::ostre
                 output << "Plenda: the settings file could not be read (" << reason.toStdString() << "); kept it as "
                        << copy.toStdString() << " and started with default settings" << std::endl;
             } else {
-                // Only an unwritable folder stops the move, and then no save can replace the file either.
+                store->writable = false;
                 output << "Plenda: the settings file " << path.toStdString() << " could not be read ("
                        << reason.toStdString() << ") nor moved aside; settings will not be saved" << std::endl;
             }
