@@ -9,7 +9,7 @@ packages=(
   libsimdjson-dev libicu-dev libsqlite3-dev
   libx11-dev libxss-dev libxcb-screensaver0-dev libgl-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  xvfb openbox xdotool wmctrl x11-utils xterm
+  xvfb openbox xdotool wmctrl x11-utils xterm time
   # The quit test locks the cloud stand-in from another process.
   sqlite3
   # The sanitizer builds and libFuzzer; llvm-19 symbolizes their reports,

@@ -2,6 +2,7 @@
 
 #include "base/JsonWriter.h"
 #include "base/NumberText.h"
+#include "model/BlockFilePieces.h"
 #include "model/MacActivityStore.h"
 #include "model/MacDayBlockJson.h"
 #include "platform/Defaults.h"
@@ -21,7 +22,9 @@
 #include <QDate>
 #include <QPixmap>
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <iomanip>
 #include <iostream>
 #include <map>
@@ -31,21 +34,54 @@ namespace plenda {
 
 namespace {
 
-// The report reads; it never writes the block file or the settings.
-class ReadOnlyFiles final : public Files {
+// The store the report shows holds the day's blocks and nothing it could
+// write goes anywhere.
+class DayFiles final : public Files {
 public:
-    explicit ReadOnlyFiles(std::string folder) : folder_(std::move(folder)) {}
-    std::optional<std::string> applicationSupportDirectory() const override { return folder_; }
+    explicit DayFiles(std::string bytes) : bytes_(std::move(bytes)) {}
+    std::optional<std::string> applicationSupportDirectory() const override { return "/report"; }
     bool createDirectories(const std::string&) override { return true; }
-    FileRead readFile(const std::string& path) const override { return real_.readFile(path); }
-    std::optional<FileStamp> stamp(const std::string& path) const override { return real_.stamp(path); }
+    FileRead readFile(const std::string&) const override { return FileRead{FileRead::Status::ok, bytes_, {}}; }
+    std::optional<FileStamp> stamp(const std::string&) const override { return FileStamp{}; }
     std::optional<std::string> writeFileAtomically(const std::string&, std::string_view) override { return {}; }
     bool moveFile(const std::string&, const std::string&) override { return false; }
 
 private:
-    std::string folder_;
-    QtFiles real_;
+    std::string bytes_;
 };
+
+enum class BlockRead { ok, missing, failed, undecodable };
+
+// Every block of the file to `take`, holding a piece of the file at a time;
+// `error` says why not.
+BlockRead readBlocks(const std::string& path, const std::function<void(MacDayBlock&&)>& take,
+                     const std::function<void()>& restart, std::string& error) {
+    std::FILE* file = std::fopen(path.c_str(), "rb");
+    if (!file) {
+        error = std::strerror(errno);
+        return errno == ENOENT ? BlockRead::missing : BlockRead::failed;
+    }
+    const bool inPieces =
+        readBlocksInPieces([file](char* into, std::size_t room) { return std::fread(into, 1, room, file); }, take);
+    const bool failed = std::ferror(file);
+    std::fclose(file);
+    if (failed) {
+        error = "read error";
+        return BlockRead::failed;
+    }
+    if (inPieces) return BlockRead::ok;
+    // Only the whole file can tell a broken one from a cut that fell inside a text.
+    restart();
+    const FileRead whole = QtFiles().readFile(path);
+    if (whole.status != FileRead::Status::ok) {
+        error = whole.error;
+        return BlockRead::failed;
+    }
+    auto blocks = decodeBlocks(whole.bytes, &error);
+    if (!blocks) return BlockRead::undecodable;
+    for (MacDayBlock& block : *blocks) take(std::move(block));
+    return BlockRead::ok;
+}
 
 class ScratchDefaults final : public Defaults {
 public:
@@ -133,41 +169,60 @@ int runDayReport(int argc, char** argv) {
     QApplication::setOrganizationName(QStringLiteral("Plenda"));
     installTranslations(app);
 
-    QtFiles files;
     std::string path;
     if (options.blocksPath) {
         path = *options.blocksPath;
     } else {
-        const auto folder = files.applicationSupportDirectory();
+        const auto folder = QtFiles().applicationSupportDirectory();
         path = folder ? *folder + "/Plenda/blocks.json" : "";
     }
-    const FileRead read = files.readFile(path);
-    if (read.status == FileRead::Status::failed) {
-        std::cerr << "plenda report: cannot read " << path << ": " << read.error << "\n";
-        return 1;
-    }
-    if (read.status == FileRead::Status::ok) {
-        std::string error;
-        if (!decodeBlocks(read.bytes, &error)) {
-            std::cerr << "plenda report: " << path << " is not a block file: " << error << "\n";
-            return 1;
-        }
-    }
-
-    // A store over a copy: whatever it would write goes nowhere.
-    const std::string folder = path.substr(0, path.rfind('/'));
-    ReadOnlyFiles readOnly(folder.substr(0, folder.rfind('/')));
-    ScratchDefaults defaults;
     SystemClock clock;
-    QtScheduler scheduler;
     IcuCalendar calendar;
-    QtStringTable strings;
-    MacActivityStore store(MacActivityStore::Dependencies{clock, scheduler, calendar, defaults, readOnly, strings,
-                                                          true, &Uuid::random, std::cerr});
     Date day = clock.now();
     if (options.date) {
         const QDate date = QDate::fromString(QString::fromStdString(*options.date), Qt::ISODate);
         day = Date::fromUnixSeconds(double(QDateTime(date, QTime(12, 0)).toSecsSinceEpoch()));
+    }
+
+    // Only the day's blocks are kept, and the earliest block, which decides
+    // whether the day window could go back further.
+    const DayRange range = dayRange(calendar, day);
+    std::vector<MacDayBlock> kept;
+    std::optional<MacDayBlock> earliest;
+    std::string error;
+    const BlockRead read = readBlocks(
+        path,
+        [&](MacDayBlock&& block) {
+            const Date start = block.effectiveStart();
+            if (!earliest || start < earliest->effectiveStart()) earliest = block;
+            if (range.contains(start)) kept.push_back(std::move(block));
+        },
+        [&] {
+            kept.clear();
+            earliest.reset();
+        },
+        error);
+    if (read == BlockRead::failed) {
+        std::cerr << "plenda report: cannot read " << path << ": " << error << "\n";
+        return 1;
+    }
+    if (read == BlockRead::undecodable) {
+        std::cerr << "plenda report: " << path << " is not a block file: " << error << "\n";
+        return 1;
+    }
+    if (earliest && !range.contains(earliest->effectiveStart())) kept.push_back(std::move(*earliest));
+
+    // The blocks as the day window shows them: the one-time split of blocks
+    // that cross midnight belongs to the app, which saves what it splits.
+    DayFiles files(encodeBlocks(kept).value_or("[]"));
+    ScratchDefaults defaults;
+    defaults.setBool(MacActivityStore::didSplitKey, true);
+    QtScheduler scheduler;
+    QtStringTable strings;
+    MacActivityStore store(MacActivityStore::Dependencies{clock, scheduler, calendar, defaults, files, strings,
+                                                          true, &Uuid::random, std::cerr});
+    if (options.date) {
+        const QDate date = QDate::fromString(QString::fromStdString(*options.date), Qt::ISODate);
         store.shiftSelectedDate(int(QDate::currentDate().daysTo(date)));
     }
     const auto blocks = store.blocksOnDay(day);

@@ -52,6 +52,12 @@ void MacAppDelegate::applicationDidFinishLaunching() {
     syncTimer_ = scheduler_.repeating(syncInterval, syncTolerance, [this, alive] {
         if (!alive.expired()) startSync();
     });
+    // After the tracker's own will-sleep work (posted before this), which may mark a session.
+    workspaceObservers_.push_back(workspace_.observeWillSleep([this, alive] {
+        scheduler_.post([this, alive] {
+            if (!alive.expired()) writeSettings();
+        });
+    }));
     workspaceObservers_.push_back(workspace_.observeDidWake([this, alive] {
         if (alive.expired()) return;
         // An account found unusable before the sleep is examined afresh.
@@ -80,6 +86,7 @@ MacAppDelegate::TerminateReply MacAppDelegate::applicationShouldTerminate() {
     tracker_->commitSession(clock_.now());
     tracker_->clearCurrentAppName();
     store_->saveNow();
+    writeSettings();
     if (store_->cloudSyncDisabled() || !store_->sync()->hasPendingChanges()) {
         hasRepliedToTerminate_ = true;
         return TerminateReply::now;
@@ -102,6 +109,11 @@ void MacAppDelegate::replyToTerminateOnce() {
     if (hasRepliedToTerminate_) return;
     hasRepliedToTerminate_ = true;
     if (terminate_) terminate_();
+}
+
+void MacAppDelegate::writeSettings() {
+    if (store_->sync()) store_->sync()->writeBookkeeping();
+    defaults_.synchronize();
 }
 
 void MacAppDelegate::startSync() {

@@ -64,6 +64,8 @@ public:
 private:
     // A main-thread task that runs syncNow, unless the delegate is gone.
     void startSync();
+    // The sync bookkeeping and the settings, on storage now.
+    void writeSettings();
 
     Scheduler& scheduler_;
     Clock& clock_;

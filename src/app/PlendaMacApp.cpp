@@ -219,6 +219,8 @@ int PlendaMacApp::run() {
     dayWindow_->show();
     QTimer::singleShot(0, this, [this] { delegate_->applicationDidFinishLaunching(); });
     const int status = exec();
+    // What the uploads waited for at quit changed last.
+    if (store_->sync()) store_->sync()->writeBookkeeping();
     defaults_->synchronize();
     // Everything is saved by now. A cloud request that never returns (a
     // stand-in locked by another process) must not hold the quit past its

@@ -71,6 +71,15 @@ void JsonWriter::string(std::string_view value) {
     separate();
     text_.push_back('"');
     for (std::size_t i = 0; i < value.size();) {
+        // A run that needs no escaping goes in at once.
+        std::size_t plain = i;
+        while (plain < value.size()) {
+            const auto u = static_cast<unsigned char>(value[plain]);
+            if (u < 0x20 || u >= 0x80 || u == '"' || u == '\\') break;
+            ++plain;
+        }
+        text_.append(value.data() + i, plain - i);
+        if ((i = plain) == value.size()) break;
         const char c = value[i];
         if (static_cast<unsigned char>(c) >= 0x80) {
             const std::size_t length = utf8SequenceLength(value.substr(i));
@@ -124,6 +133,11 @@ void JsonWriter::number(double value) {
 void JsonWriter::boolean(bool value) {
     separate();
     text_ += value ? "true" : "false";
+}
+
+void JsonWriter::null() {
+    separate();
+    text_ += "null";
 }
 
 }  // namespace plenda

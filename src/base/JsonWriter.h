@@ -20,6 +20,7 @@ public:
     void string(std::string_view value);
     void number(double value);
     void boolean(bool value);
+    void null();
 
     bool ok() const { return ok_; }
     std::string& text() { return text_; }

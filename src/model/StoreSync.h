@@ -31,6 +31,8 @@ public:
     virtual void pushPending(std::vector<MacDayBlock> blocks, bool pruneStale, std::function<void()> finished) = 0;
     // Forgets that the account was found unusable; `finished` runs on the worker.
     virtual void resetAvailability(std::function<void()> finished) = 0;
+    // Writes the bookkeeping still held back now (at quit, before sleep).
+    virtual void writeBookkeeping() {}
 };
 
 }  // namespace plenda

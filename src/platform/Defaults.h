@@ -42,6 +42,8 @@ public:
     virtual std::optional<DefaultsValue> object(std::string_view key) const = 0;
     virtual void set(std::string_view key, DefaultsValue value) = 0;
     virtual void remove(std::string_view key) = 0;
+    // Puts what was set on storage before returning (at quit, before sleep).
+    virtual void synchronize() {}
 
     // Missing or not convertible: 0. Booleans read as 0 or 1, text by its leading number.
     double doubleValue(std::string_view key) const;

@@ -30,9 +30,12 @@ public:
     }
 };
 
-NoAccountDatabase noAccountDatabase;
-
 }  // namespace
+
+CloudDatabase& CloudSyncEngine::noAccountDatabase() {
+    static NoAccountDatabase database;
+    return database;
+}
 
 struct CloudSyncEngine::PullRun {
     CloudDatabase* database;
@@ -58,7 +61,7 @@ struct CloudSyncEngine::PushRun {
 CloudSyncEngine::CloudSyncEngine(Dependencies dependencies)
     : state_(dependencies.state),
       scheduler_(dependencies.scheduler),
-      platformDatabase_(dependencies.database ? dependencies.database : &noAccountDatabase),
+      platformDatabase_(dependencies.database ? dependencies.database : &noAccountDatabase()),
       log_(dependencies.output, dependencies.systemLog),
       containerIdentifier_(std::move(dependencies.containerIdentifier)) {}
 

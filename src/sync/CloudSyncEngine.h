@@ -73,6 +73,9 @@ public:
         std::string containerIdentifier = cloudContainerIdentifier;
     };
 
+    // A database whose account is missing: every request is refused.
+    static CloudDatabase& noAccountDatabase();
+
     static constexpr std::size_t pushBatchLimit = 350;
     // A request unanswered this long counts as failed, so nothing waits on it.
     static constexpr double requestTimeout = 60;

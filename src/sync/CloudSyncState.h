@@ -4,7 +4,9 @@
 #include "base/Uuid.h"
 #include "platform/ChangeTokenArchive.h"
 #include "platform/Defaults.h"
+#include "platform/Scheduler.h"
 
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <set>
@@ -21,14 +23,22 @@ using IdSet = std::set<Uuid>;
 // locally (dirty), ids deleted locally (pending delete), the zone's change
 // token and whether the zone exists; and the ids the server has confirmed
 // holding (with the zone incarnation that confirmed them), which tell a block
-// deleted elsewhere from one never uploaded. The
-// id sets' read-modify-write steps are serialised by one lock; plain reads
-// take none.
+// deleted elsewhere from one never uploaded. The id sets are read once and
+// then live here, behind one lock; a set is written back only when it
+// changed. With a scheduler the writes are gathered for `writeDelay` and made
+// on the worker, since a set can hold hundreds of thousands of ids; without
+// one they are made at once. Whatever is still unwritten is written by
+// writePending and at destruction.
 class CloudSyncState {
 public:
+    static constexpr double writeDelay = 1.0;
+
     // Without an archive, change tokens are stored as their own bytes.
     explicit CloudSyncState(Defaults& defaults, std::string prefix = "cloudSync.dayBlocks",
-                            const ChangeTokenArchive* archive = nullptr);
+                            const ChangeTokenArchive* archive = nullptr, Scheduler* scheduler = nullptr);
+    ~CloudSyncState();
+    CloudSyncState(const CloudSyncState&) = delete;
+    CloudSyncState& operator=(const CloudSyncState&) = delete;
 
     Defaults& defaults() const { return defaults_; }
     std::string stateKey(std::string_view suffix) const { return prefix_ + std::string(suffix); }
@@ -41,10 +51,16 @@ public:
     // The mark of the zone incarnation the confirmed ids belong to.
     std::string zoneMarkKey() const { return stateKey(".zoneMark"); }
 
-    // Not an array of text: empty. Texts that are not UUIDs are skipped.
+    // The dirty, pending-delete and confirmed keys answer from the live sets;
+    // any other key is read from the defaults: not an array of text is empty,
+    // texts that are not UUIDs are skipped.
     IdSet readIDs(std::string_view key) const;
+    // The confirmed ids as they are now, without copying them.
+    std::shared_ptr<const IdSet> confirmedIDs() const;
+    bool hasPending() const;
     void writeDirtyIDs(const IdSet& ids);
-    void writePendingDeleteIDs(const IdSet& ids);
+    // Writes the sets changed since their last write; any thread.
+    void writePending();
 
     void markDirty(const std::vector<Uuid>& ids);
     void markDeleted(const std::vector<Uuid>& ids);
@@ -70,12 +86,29 @@ public:
     void saveChangeToken(const CloudChangeTokenPtr& token);
 
 private:
-    void writeIDs(const std::string& key, const IdSet& ids);
+    // One stored set. A copy handed out (a snapshot being written, the
+    // confirmed ids a pull started from) stays as it was: the set is copied
+    // before a change while anyone else holds it.
+    struct StoredSet {
+        std::string key;
+        std::shared_ptr<IdSet> ids;
+        bool changed = false;
+        IdSet& edit();
+    };
+    StoredSet load(std::string key) const;
+    // Under lock_: `set` now differs from what is stored.
+    void changed(StoredSet& set);
 
     Defaults& defaults_;
     const std::string prefix_;
     const ChangeTokenArchive& archive_;
-    std::mutex lock_;
+    Scheduler* scheduler_;
+    mutable std::mutex lock_;
+    // Held while writing, so that two writes never interleave and the newest lands last.
+    std::mutex writing_;
+    StoredSet dirty_, pending_, confirmed_;
+    bool writeScheduled_ = false;
+    Lifetime lifetime_;
 };
 
 }  // namespace plenda

@@ -25,15 +25,32 @@ MacCloudSync::MacCloudSync(MacActivityStore& store, Dependencies dependencies)
     : store_(store),
       scheduler_(dependencies.scheduler),
       output_(dependencies.output),
-      state_(dependencies.defaults, "cloudSync.dayBlocks", dependencies.changeTokenArchive),
+      state_(dependencies.defaults, "cloudSync.dayBlocks", dependencies.changeTokenArchive, &dependencies.scheduler),
       engine_(CloudSyncEngine::Dependencies{state_, dependencies.scheduler, dependencies.database,
-                                            dependencies.systemLog, dependencies.output}) {}
+                                            dependencies.systemLog, dependencies.output}),
+      hasCloud_(dependencies.database != nullptr) {
+    // Marks kept for a cloud this run has none of (an earlier run's, or an
+    // older version's that marked regardless) only grow the settings.
+    if (!hasCloud_ && !state_.readIDs(state_.dirtyKey()).empty()) {
+        state_.writeDirtyIDs({});
+        forgetChangeToken();
+    }
+}
+
+// With no cloud there is nowhere to send a change, so none is marked. The
+// next sync with a cloud then starts from no token: it fetches the whole zone,
+// and every block the server never confirmed goes up (see reconcileWholeZone).
+// Deletions are still marked: a whole-zone fetch would bring them back.
+void MacCloudSync::forgetChangeToken() {
+    if (state_.defaults().object(state_.changeTokenKey())) state_.saveChangeToken(nullptr);
+}
 
 std::function<std::unique_ptr<StoreSync>(MacActivityStore&)> MacCloudSync::factory(Dependencies dependencies) {
     return [dependencies](MacActivityStore& store) { return std::make_unique<MacCloudSync>(store, dependencies); };
 }
 
 void MacCloudSync::markBlocksDirty(const std::vector<MacDayBlock>& blocks) {
+    if (!hasCloud_) return forgetChangeToken();
     std::vector<Uuid> ids;
     ids.reserve(blocks.size());
     for (const MacDayBlock& block : blocks) ids.push_back(block.id);
@@ -51,8 +68,19 @@ void MacCloudSync::markDeleted(const std::vector<MacDayBlock>& blocks) {
     state_.markDeleted(ids);
 }
 
-bool MacCloudSync::hasPendingChanges() const {
-    return !state_.readIDs(state_.dirtyKey()).empty() || !state_.readIDs(state_.pendingDeleteKey()).empty();
+bool MacCloudSync::hasPendingChanges() const { return state_.hasPending(); }
+
+void MacCloudSync::writeBookkeeping() { state_.writePending(); }
+
+// The blocks a push would send; none at all, most of the time.
+std::vector<MacDayBlock> MacCloudSync::dirtyBlocks() const {
+    std::vector<MacDayBlock> blocks;
+    const IdSet dirty = state_.readIDs(state_.dirtyKey());
+    if (dirty.empty()) return blocks;
+    for (const MacDayBlock& block : store_.blocks()) {
+        if (dirty.contains(block.id)) blocks.push_back(block);
+    }
+    return blocks;
 }
 
 void MacCloudSync::resetAvailability(std::function<void()> finished) {
@@ -73,7 +101,7 @@ void MacCloudSync::syncNow(std::function<void()> finished) {
 
     // What the server had confirmed before this pull; an id confirmed while
     // it runs may be missing from a whole-zone fetch without being deleted.
-    const IdSet confirmedBefore = state_.readIDs(state_.confirmedKey());
+    const std::shared_ptr<const IdSet> confirmedBefore = state_.confirmedIDs();
 
     engine_.pull([this, alive = lifetime_.weak(), finished, confirmedBefore](CloudResult<PullResult> pulled) {
         if (alive.expired()) return;
@@ -99,9 +127,13 @@ void MacCloudSync::syncNow(std::function<void()> finished) {
                 const bool sameZone =
                     !result.zoneMark.empty() && defaults.string(state_.zoneMarkKey()) == result.zoneMark;
                 if (!sameZone) state_.forgetConfirmed();
-                reconcileWholeZone(held, sameZone ? confirmedBefore : IdSet{});
-                if (result.zoneMark.empty()) defaults.remove(state_.zoneMarkKey());
-                else defaults.setString(state_.zoneMarkKey(), result.zoneMark);
+                const IdSet none;
+                reconcileWholeZone(held, sameZone ? *confirmedBefore : none);
+                if (result.zoneMark.empty()) {
+                    if (defaults.object(state_.zoneMarkKey())) defaults.remove(state_.zoneMarkKey());
+                } else if (!sameZone) {
+                    defaults.setString(state_.zoneMarkKey(), result.zoneMark);
+                }
             }
             state_.confirm(held, IdSet(result.deleted.begin(), result.deleted.end()));
             // The token only once what it covers is in the block file; a failed
@@ -109,7 +141,7 @@ void MacCloudSync::syncNow(std::function<void()> finished) {
             if ((result.changed.empty() && result.deleted.empty()) || store_.saveNow()) {
                 state_.saveChangeToken(result.changeToken);
             }
-            pushPending(store_.blocks(), true, [this, alive, finished] {
+            pushPending(dirtyBlocks(), true, [this, alive, finished] {
                 if (alive.expired()) return;
                 isSyncing_ = false;
                 store_.setSyncMessage(hasPendingChanges() ? "mac.sync.incomplete" : "mac.sync.synced");
@@ -254,6 +286,8 @@ void MacCloudSync::learnCategory(const MacDayBlock& local, const MacDayBlock& in
 
 void MacCloudSync::applyPulled(const std::vector<CloudRecordEnvelope>& changed,
                                    const std::vector<Uuid>& deleted) {
+    // Most pulls bring nothing: the blocks stay as they are, unsaved.
+    if (changed.empty() && deleted.empty()) return;
     CloudSyncState& state = state_;
     std::vector<MacDayBlock> merged = store_.blocks();
     auto index = indexByID(merged);

@@ -48,6 +48,7 @@ public:
     void syncNow(std::function<void()> finished) override;
     void pushPending(std::vector<MacDayBlock> blocks, bool pruneStale, std::function<void()> finished) override;
     void resetAvailability(std::function<void()> finished) override;
+    void writeBookkeeping() override;
 
     // Last writer wins; ties keep the local block.
     void applyPulled(const std::vector<CloudRecordEnvelope>& changed, const std::vector<Uuid>& deleted);
@@ -60,12 +61,15 @@ private:
     void rememberRemoved(const std::vector<MacDayBlock>& blocks, const IdSet& removed);
     // A recategorisation that won elsewhere teaches this device the override.
     void learnCategory(const MacDayBlock& local, const MacDayBlock& incoming);
+    void forgetChangeToken();
+    std::vector<MacDayBlock> dirtyBlocks() const;
 
     MacActivityStore& store_;
     Scheduler& scheduler_;
     std::ostream& output_;
     CloudSyncState state_;
     CloudSyncEngine engine_;
+    const bool hasCloud_;
     bool isSyncing_ = false;
     Lifetime lifetime_;
 };

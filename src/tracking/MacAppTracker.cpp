@@ -18,7 +18,8 @@ MacAppTracker::MacAppTracker(Dependencies dependencies)
       idleClock_(dependencies.idleClock),
       browserTabs_(dependencies.scripts, dependencies.defaults, dependencies.workspace,
                    SyncLog(dependencies.output, dependencies.systemLog)),
-      windowTitles_(dependencies.accessibility, dependencies.defaults) {
+      windowTitles_(dependencies.accessibility, dependencies.defaults),
+      linuxCategoryRows_(dependencies.linuxCategoryRows) {
     const auto stored = defaults_.object(trackingEnabledKey);
     if (stored && std::holds_alternative<bool>(stored->value)) isTracking_ = std::get<bool>(stored->value);
 }
@@ -123,7 +124,7 @@ void MacAppTracker::commitSession(Date end) {
         if (!category) {
             const std::string key = currentAppLabel_.value_or(title) + " " + currentHost_.value_or("") + " " +
                                     currentBundleIdentifier_.value_or("");
-            category = classifyCategory(key, currentHost_.has_value());
+            category = classifyCategory(key, currentHost_.has_value(), linuxCategoryRows_);
         }
         if (const auto store = store_.lock()) {
             store->recordSession(title, *category, *sessionStartedAt_, end, std::string(sessionNote));

@@ -5,6 +5,7 @@
 #include "platform/Scheduler.h"
 #include "platform/Workspace.h"
 #include "tracking/BrowserTabs.h"
+#include "tracking/CategoryRules.h"
 #include "tracking/WindowTitles.h"
 
 #include <iostream>
@@ -41,6 +42,8 @@ public:
         std::ostream& output = std::cout;
         // Also receives the diagnostic lines, where the platform has a system log.
         SystemLog* systemLog = nullptr;
+        // The Linux keyword rows; a replay of a Mac's day turns them off.
+        bool linuxCategoryRows = linuxKeywordRows;
     };
 
     static constexpr std::string_view trackingEnabledKey = "trackingEnabled";
@@ -131,6 +134,7 @@ private:
     std::optional<TaskHandle> idleTimer_;
 
     ObserverList observers_;
+    const bool linuxCategoryRows_;
     Lifetime lifetime_;
 };
 

@@ -1,5 +1,8 @@
 #include "app/DayReport.h"
+#include "fakes/StoreFixture.h"
+#include "model/MacDayBlockJson.h"
 
+#include <QDateTime>
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -42,6 +45,25 @@ TEST(DayReportArguments, ReadsEveryOption) {
     EXPECT_EQ(options.pngPath, "day.png");
     EXPECT_EQ(options.width, 640);
     EXPECT_EQ(options.height, 480.5);
+}
+
+// A block across midnight counts whole on the day it starts, as the day
+// window shows it: the report never runs the app's one-time split.
+TEST(DayReport, ShowsTheBlocksOfTheDayAsTheFileHoldsThem) {
+    const std::string path = testing::TempDir() + "plenda-report-midnight.json";
+    const auto local = [](int day, int hour) {
+        return Date::fromUnixSeconds(double(QDateTime(QDate(2024, 3, day), QTime(hour, 0)).toSecsSinceEpoch()));
+    };
+    const std::vector<MacDayBlock> blocks{makeBlock("Late", MacBlockCategory::work, local(5, 22), local(6, 2), 240),
+                                          makeBlock("Next", MacBlockCategory::work, local(6, 9), local(6, 10), 60)};
+    std::ofstream(path) << *encodeBlocks(blocks);
+    const char* argv[] = {"report", "--json", "--date", "2024-03-05", "--blocks", path.c_str()};
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(runDayReport(6, const_cast<char**>(argv)), 0);
+    const std::string json = testing::internal::GetCapturedStdout();
+    EXPECT_NE(json.find("\"totalMinutes\":240,"), std::string::npos) << json;
+    EXPECT_EQ((std::stringstream() << std::ifstream(path).rdbuf()).str(), *encodeBlocks(blocks));
+    std::remove(path.c_str());
 }
 
 TEST(DayReport, AnUnreadableBlockFileFailsAndStaysAsItWas) {

@@ -102,7 +102,7 @@ expect_block "IntelliJ IDEA · webapp" "$t0" "$t_notes2" "$(calc "($t_notes - $t
 expect_block "Notizblock" "$t_notes" "$last_input" "$(calc "($t_ide2 - $t_notes) + ($last_input - $t_notes2)")"
 settings="$XDG_CONFIG_HOME/Plenda/Plenda.json"
 grep -q '"todayWindowVisible": *false' "$settings" || fail "the hidden day window was not remembered"
-grep -qF '"windowTitle.lastOutcome": "ok Überblick — Notizen ●"' "$settings" || fail "the UTF-8 title was not read"
+grep -q '"windowTitle.lastOutcome": *"ok Überblick — Notizen ●"' "$settings" || fail "the UTF-8 title was not read"
 
 "$plenda" report >"$work/report.txt" || fail "report failed"
 echo "--- report"; cat "$work/report.txt"

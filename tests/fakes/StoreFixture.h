@@ -32,7 +32,8 @@ protected:
     KeyStringTable strings;
     std::ostringstream output;
     bool cloudSyncDisabled = false;
-    CloudDatabase* cloudDatabase = nullptr;
+    // Present but signed out: edits are marked and never sent.
+    CloudDatabase* cloudDatabase = &CloudSyncEngine::noAccountDatabase();
     SystemLog* systemLog = nullptr;
     std::unique_ptr<MacActivityStore> store;
 

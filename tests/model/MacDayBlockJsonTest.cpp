@@ -1,3 +1,4 @@
+#include "model/BlockFilePieces.h"
 #include "model/MacDayBlockJson.h"
 
 #include <gtest/gtest.h>
@@ -184,6 +185,41 @@ TEST(BlockJson, LargeFilesDecodeAsAWholeAndRefuseABadElementAnywhere) {
     EXPECT_EQ(error, "block 20001: \"title\" is not a string");
     EXPECT_FALSE(decodeBlocks(json + ",", &error));
     EXPECT_FALSE(decodeBlocks(std::string_view(json).substr(0, json.size() - 1), &error));
+}
+
+// Read in pieces, a file gives what it gives decoded whole, or defers to
+// that; a cut inside a text may defer, a plain file never does.
+TEST(BlockFilePieces, GiveWhatTheWholeFileGivesOrDeferToIt) {
+    std::vector<MacDayBlock> plain, tricky;
+    for (int i = 0; i < 30; ++i) {
+        MacDayBlock block = fullBlock();
+        block.id = Uuid::random();
+        plain.push_back(block);
+        block.title = "a }, { title";
+        tricky.push_back(block);
+    }
+    const std::string one = *encodeBlock(plain[0]);
+    const std::vector<std::pair<std::string, bool>> files{
+        {"\n " + *encodeBlocks(plain) + " \n", true}, {*encodeBlocks(tricky), false}, {" [ ] ", true},
+        {"[" + one + " , " + one + "]", true}, {"[" + one + ",]", false}, {"[" + one, false}, {"", false},
+        {"{}", false}, {"[" + one + "] x", false}};
+    for (const auto& [text, plainFile] : files) {
+        for (const std::size_t piece : {1, 300, 1000, 1 << 20}) {
+            SCOPED_TRACE(text.substr(0, 30) + " in pieces of " + std::to_string(piece));
+            std::size_t at = 0;
+            std::vector<MacDayBlock> taken;
+            const bool read = readBlocksInPieces(
+                [&](char* into, std::size_t room) {
+                    const std::size_t n = text.copy(into, std::min<std::size_t>(room, 7), at);
+                    at += n;
+                    return n;
+                },
+                [&](MacDayBlock&& block) { taken.push_back(std::move(block)); }, piece);
+            if (read || plainFile) {
+                EXPECT_EQ(std::optional(taken), decodeBlocks(text));
+            }
+        }
+    }
 }
 
 }  // namespace

@@ -127,6 +127,22 @@ TEST_F(SettingsFile, ADamagedFileIsKeptAsACopyAndNeverWrittenOver) {
     }
 }
 
+TEST_F(SettingsFile, WritesAreGatheredAndAValueSetAgainUnchangedWritesNothing) {
+    auto defaults = QtDefaults::openFile(path(), output, 3600);
+    defaults->setBool("trackingEnabled", false);
+    defaults->setDouble("idleThresholdSeconds", 600);
+    defaults->remove("absent");
+    EXPECT_EQ(defaults->fileWrites(), 0) << "held back for the delay";
+    defaults->synchronize();
+    defaults->setDouble("idleThresholdSeconds", 600);
+    defaults->remove("absent");
+    defaults->synchronize();
+    EXPECT_EQ(defaults->fileWrites(), 1);
+    defaults->setBool("trackingEnabled", true);
+    defaults.reset();
+    EXPECT_EQ(QtDefaults::openFile(path(), output)->boolValue("trackingEnabled"), true) << "written at the end";
+}
+
 TEST(QtDefaultsVariants, ConvertBothWays) {
     EXPECT_EQ(fromVariant(QVariant(42)), DefaultsValue(42.0));
     EXPECT_EQ(fromVariant(QVariant(QStringList{"a", "b"})), DefaultsValue(DefaultsValue::Array{"a", "b"}));

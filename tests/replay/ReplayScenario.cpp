@@ -226,7 +226,8 @@ private:
         sharedStore();
         if (!tracker_) {
             tracker_ = std::make_unique<MacAppTracker>(MacAppTracker::Dependencies{
-                scheduler, scheduler, defaults, workspace, scripts, accessibility, idleClock, output});
+                scheduler, scheduler, defaults, workspace, scripts, accessibility, idleClock, output, nullptr,
+                false});  // the scenarios are a Mac's days
         }
         return *tracker_;
     }

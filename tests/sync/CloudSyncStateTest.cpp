@@ -47,7 +47,7 @@ TEST_F(SyncState, StoredIdsAreReadAllOrNothingWithBadTextsSkipped) {
     for (const auto& [name, stored, expected] : cases) {
         SCOPED_TRACE(name);
         defaults.set("cloudSync.dayBlocks.dirtyIDs", stored);
-        EXPECT_EQ(dirty(), expected);
+        EXPECT_EQ(CloudSyncState(defaults).readIDs("cloudSync.dayBlocks.dirtyIDs"), expected);
     }
 }
 

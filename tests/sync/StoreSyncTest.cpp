@@ -124,6 +124,37 @@ TEST_F(StoreSyncing, FirstSyncUploadsEveryBlockUnlessDisabledAndPrunesStaleDirty
     EXPECT_TRUE(dirtyIDs().empty());
 }
 
+// Marks made within a second are written together, once; a sync that finds
+// nothing to do writes nothing. With no cloud nothing is marked, yet the
+// first sync with one sends every block.
+TEST_F(StoreSyncing, BookkeepingIsWrittenOnlyWhenItChangedAndNothingIsMarkedWithoutACloud) {
+    uploaded("Xcode", 1);
+    sync();  // the token moves past this device's own upload
+    scheduler.advance(CloudSyncState::writeDelay);
+    const int before = defaults.writes();
+    for (int tick = 0; tick < 3; ++tick) sync();
+    scheduler.advance(CloudSyncState::writeDelay);
+    EXPECT_EQ(defaults.writes(), before) << "idle syncs";
+    save(block("Mail", 2));
+    save(block("Maps", 3));
+    EXPECT_EQ(defaults.writes(), before) << "within the second";
+    scheduler.advance(CloudSyncState::writeDelay);
+    EXPECT_EQ(defaults.writes(), before + 2) << "the dirty and the confirmed ids, once each";
+
+    storeSync().state().markDirty({Uuid::random()});
+    cloudDatabase = nullptr;
+    makeStore();
+    EXPECT_TRUE(dirtyIDs().empty()) << "marks for a cloud this run lacks";
+    save(block("Notes", 4));
+    EXPECT_TRUE(dirtyIDs().empty());
+    store->saveNow();
+    cloudDatabase = &cloud;
+    makeStore();
+    sync();
+    ASSERT_EQ(store->blocks().size(), 4u);
+    for (const auto& b : store->blocks()) EXPECT_EQ(serverBlock(b.id), b);
+}
+
 // Another device recategorises a block; the newer version wins, and a won
 // recategorisation teaches this device the override.
 TEST_F(StoreSyncing, TheLaterChangeWinsTiesKeepTheLocalBlockAndAWonRecategorisationIsLearnt) {
