@@ -248,28 +248,6 @@ TEST_F(StoreSyncing, TheStatusSaysWhatIsLeftUndoneAndASyncDuringASyncSendsNothin
     EXPECT_EQ(cloud.requests().size(), sent) << "the second call sent nothing";
 }
 
-TEST_F(StoreSyncing, AStalledUploadCannotOverwriteANewerVersion) {
-    const Date start = day + 3600;
-    store->recordSession("Mail", MacBlockCategory::work, start, start + 600, std::nullopt);
-    scheduler.runUntilIdle();
-    const Uuid id = store->blocks().front().id;
-
-    cloud.hangNextRequests(1);  // the upload of the second version stalls
-    for (const double from : {700, 1000}) {
-        scheduler.advance(10);
-        store->recordSession("Mail", MacBlockCategory::work, start + from, start + from + 100, std::nullopt);
-        scheduler.runUntilIdle();
-    }
-    const MacDayBlock newest = store->blocks().front();
-    EXPECT_NE(serverBlock(id), newest) << "the third version waits behind the stalled second";
-    EXPECT_TRUE(dirtyIDs().contains(id));
-
-    cloud.releaseHungRequests();
-    scheduler.runUntilIdle();
-    EXPECT_EQ(serverBlock(id), newest) << "versions reach the server in the order they were sent";
-    EXPECT_TRUE(dirtyIDs().empty());
-}
-
 // A server that answers nonsense: records of the wrong shape, payloads that
 // are not blocks or claim to be another block, pages that repeat themselves
 // and tokens that go backwards. The store keeps every local change, takes
