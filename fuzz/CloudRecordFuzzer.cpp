@@ -138,7 +138,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     KeyStringTable strings;
     std::ostringstream output;
     MacActivityStore store({scheduler, scheduler, calendar, defaults, files, strings, false, &Uuid::random, output,
-                            MacCloudSync::factory({defaults, scheduler, nullptr, nullptr, nullptr, output}),
+                            // A signed-out account: edits are marked for a later upload.
+                            MacCloudSync::factory({defaults, scheduler, &CloudSyncEngine::noAccountDatabase(),
+                                                   nullptr, nullptr, output}),
                             categoryOverrideWriter(defaults)});
     auto& cloud = static_cast<MacCloudSync&>(*store.sync());
     store.upsert(localBlock(localClean, "Xcode"));

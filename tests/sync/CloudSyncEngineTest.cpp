@@ -249,7 +249,8 @@ TEST_F(Engine, RefusedSavesKeepTheLaterVersion) {
         const auto result = push({{id, "here", Date(c.local)}});
         ASSERT_TRUE(result.ok());
         EXPECT_EQ(result.value().savedIDs.contains(id), c.saved);
-        const auto& payload = std::get<Data>(server.records(engine.zoneID()).at(id.string()).fields.at(payloadField));
+        const auto onServer = server.records(engine.zoneID());
+        const auto& payload = std::get<Data>(onServer.at(id.string()).fields.at(payloadField));
         EXPECT_EQ(payload.bytes, c.saved ? "here" : "elsewhere");
         if (c.saved) EXPECT_TRUE(result.value().newerOnServer.empty());
         else EXPECT_EQ(result.value().newerOnServer, std::vector{other});
