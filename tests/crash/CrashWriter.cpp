@@ -6,6 +6,7 @@
 //   It prints "recorded ID T" for every new block and "wrote S E" for every
 //   write that completed (T, S, E on the steady clock, in seconds), so a test
 //   that kills it can tell what the file must hold.
+#include "fakes/ForwardingFiles.h"
 #include "fakes/KeyStringTable.h"
 #include "fakes/MemoryDefaults.h"
 #include "fakes/VirtualScheduler.h"
@@ -37,19 +38,12 @@ double steadySeconds() {
 std::mutex printing;
 
 // Reports every completed write with when it began and ended.
-class TimedFiles final : public Files {
+class TimedFiles final : public ForwardingFiles {
 public:
-    explicit TimedFiles(Files& files) : files_(files) {}
-    std::optional<std::string> applicationSupportDirectory() const override {
-        return files_.applicationSupportDirectory();
-    }
-    bool createDirectories(const std::string& path) override { return files_.createDirectories(path); }
-    FileRead readFile(const std::string& path) const override { return files_.readFile(path); }
-    std::optional<FileStamp> stamp(const std::string& path) const override { return files_.stamp(path); }
-    bool moveFile(const std::string& from, const std::string& to) override { return files_.moveFile(from, to); }
+    using ForwardingFiles::ForwardingFiles;
     std::optional<std::string> writeFileAtomically(const std::string& path, std::string_view bytes) override {
         const double start = steadySeconds();
-        auto failure = files_.writeFileAtomically(path, bytes);
+        auto failure = ForwardingFiles::writeFileAtomically(path, bytes);
         if (!failure) {
             std::lock_guard lock(printing);
             std::printf("wrote %.6f %.6f\n", start, steadySeconds());
@@ -57,9 +51,6 @@ public:
         }
         return failure;
     }
-
-private:
-    Files& files_;
 };
 
 int saveInBackground(int argc, char** argv, Files& plain) {

@@ -2,6 +2,7 @@
 // scheduler itself, the sync engine's worker under it with the bookkeeping
 // lock under contention, and the store's uploads beside its main thread.
 // Built with ThreadSanitizer in CI, where any data race fails the run.
+#include "fakes/ForwardingFiles.h"
 #include "fakes/KeyStringTable.h"
 #include "fakes/MemoryDefaults.h"
 #include "model/MacActivityStore.h"
@@ -182,29 +183,19 @@ TEST_F(ThreadedTest, StoreUploadsBesideTheMainThread) {
 // and lands the newest version last.
 TEST_F(ThreadedTest, BackgroundSaveBesideEditsAndSaveNowAfterIt) {
     // Holds the writer inside its first write until the main thread has edited.
-    class HeldFiles final : public Files {
+    class HeldFiles final : public ForwardingFiles {
     public:
-        explicit HeldFiles(Files& files) : files_(files) {}
-        std::optional<std::string> applicationSupportDirectory() const override {
-            return files_.applicationSupportDirectory();
-        }
-        bool createDirectories(const std::string& path) override { return files_.createDirectories(path); }
-        FileRead readFile(const std::string& path) const override { return files_.readFile(path); }
-        std::optional<FileStamp> stamp(const std::string& path) const override { return files_.stamp(path); }
-        bool moveFile(const std::string& from, const std::string& to) override { return files_.moveFile(from, to); }
+        using ForwardingFiles::ForwardingFiles;
         std::optional<std::string> writeFileAtomically(const std::string& path, std::string_view bytes) override {
             if (written.empty()) {
                 started = true;
                 while (!proceed) std::this_thread::yield();
             }
             written.emplace_back(bytes);
-            return files_.writeFileAtomically(path, bytes);
+            return ForwardingFiles::writeFileAtomically(path, bytes);
         }
         std::atomic<bool> started{false}, proceed{false};
         std::vector<std::string> written;
-
-    private:
-        Files& files_;
     };
     QTemporaryDir root;
     QtFiles plain{root.path().toStdString()};
