@@ -43,7 +43,10 @@ public:
     bool createDirectories(const std::string&) override { return true; }
     FileRead readFile(const std::string&) const override { return FileRead{FileRead::Status::ok, bytes_, {}}; }
     std::optional<FileStamp> stamp(const std::string&) const override { return FileStamp{}; }
-    std::optional<std::string> writeFileAtomically(const std::string&, std::string_view) override { return {}; }
+    std::unique_ptr<FileReader> openForReading(const std::string&) const override { return nullptr; }
+    std::optional<std::string> writeAtomically(const std::string&, const std::function<bool(FileWriter&)>&) override {
+        return {};
+    }
     bool moveFile(const std::string&, const std::string&) override { return false; }
 
 private:
@@ -62,7 +65,8 @@ BlockRead readBlocks(const std::string& path, const std::function<void(MacDayBlo
         return errno == ENOENT ? BlockRead::missing : BlockRead::failed;
     }
     const bool inPieces =
-        readBlocksInPieces([file](char* into, std::size_t room) { return std::fread(into, 1, room, file); }, take);
+        readBlocksInPieces([file](char* into, std::size_t room) { return std::fread(into, 1, room, file); },
+                           [&take](MacDayBlock&& block, std::optional<ByteRange>) { take(std::move(block)); });
     const bool failed = std::ferror(file);
     std::fclose(file);
     if (failed) {

@@ -98,7 +98,7 @@ MacAppDelegate::TerminateReply MacAppDelegate::applicationShouldTerminate() {
     }));
     scheduler_.post([this, alive] {
         if (alive.expired()) return;
-        store_->pushPending(store_->blocks(), true, [this, alive] {
+        store_->pushAllPending([this, alive] {
             if (!alive.expired()) replyToTerminateOnce();
         });
     });

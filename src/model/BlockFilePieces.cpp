@@ -27,10 +27,28 @@ std::size_t elementEnd(std::string_view text, std::size_t from) {
     return std::string_view::npos;
 }
 
+// The elements of `inner` (an array's text without its brackets), cut at
+// each "}" blanks "," blanks "{". The same bytes inside a text or a nested
+// value only add cuts, so exactly `count` elements means every cut is real.
+std::optional<std::vector<std::string_view>> elementsOf(std::string_view inner, std::size_t count) {
+    std::vector<std::string_view> elements;
+    elements.reserve(count);
+    std::size_t begin = 0;
+    for (std::size_t end = elementEnd(inner, 0); end != std::string_view::npos; end = elementEnd(inner, end)) {
+        if (elements.size() + 1 >= count) return std::nullopt;
+        elements.push_back(inner.substr(begin, end - begin));
+        begin = inner.find('{', end);
+    }
+    elements.push_back(inner.substr(begin));
+    if (elements.size() != count) return std::nullopt;
+    return elements;
+}
+
 }  // namespace
 
 bool readBlocksInPieces(const std::function<std::size_t(char*, std::size_t)>& read,
-                        const std::function<void(MacDayBlock&&)>& take, std::size_t pieceBytes) {
+                        const std::function<void(MacDayBlock&&, std::optional<ByteRange>)>& take,
+                        std::size_t pieceBytes) {
     std::string buffer;
     bool atEnd = false;
     const auto fill = [&](std::size_t size) {
@@ -47,6 +65,7 @@ bool readBlocksInPieces(const std::function<std::size_t(char*, std::size_t)>& re
         fill(buffer.size() + pieceBytes);
     if (open >= buffer.size() || buffer[open] != '[') return false;
     buffer.erase(0, open + 1);
+    std::uint64_t bufferOffset = open + 1;  // where the buffer's first byte lies in the file
 
     std::string piece;
     for (std::size_t want = pieceBytes;;) {
@@ -72,9 +91,21 @@ bool readBlocksInPieces(const std::function<std::size_t(char*, std::size_t)>& re
         piece.append("[").append(part).append("]");
         auto blocks = decodeBlocks(piece, piece.capacity(), nullptr);
         if (!blocks) return false;
-        for (MacDayBlock& block : *blocks) take(std::move(block));
+        while (!part.empty() && isBlank(part.front())) part.remove_prefix(1);
+        while (!part.empty() && isBlank(part.back())) part.remove_suffix(1);
+        const auto elements = elementsOf(part, blocks->size());
+        for (std::size_t i = 0; i < blocks->size(); ++i) {
+            std::optional<ByteRange> range;
+            if (elements) {
+                const std::string_view element = (*elements)[i];
+                range = ByteRange{bufferOffset + std::uint64_t(element.data() - buffer.data()), element.size()};
+            }
+            take(std::move((*blocks)[i]), range);
+        }
         if (atEnd) return true;
-        buffer.erase(0, buffer.find('{', cut));
+        const std::size_t next = buffer.find('{', cut);
+        buffer.erase(0, next);
+        bufferOffset += next;
         want = pieceBytes;
     }
 }

@@ -3,242 +3,264 @@
 #include "model/MacDayBlockJson.h"
 
 #include <algorithm>
-#include <unordered_map>
 
 namespace plenda {
 
 namespace {
 
-using Chunk = BlockFileText::Chunk;
+// Bytes gathered before they go to the file, and read from the old file at a time.
+constexpr std::size_t bufferBytes = 1 << 20;
 
-void addEncoded(Chunk& chunk, const MacDayBlock& block) {
-    JsonWriter writer;
-    writeBlock(writer, block);
-    chunk.add(block.id, writer.ok() ? std::string_view(writer.text()) : std::string_view());
-}
-
-bool isBlank(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
-
-// The elements of a top-level array of objects, cut where "}" blanks ","
-// blanks "{" ends one and begins the next. The same bytes inside a string or
-// a nested value only add cuts, so exactly `count` pieces means every cut is
-// a real one.
-std::optional<std::vector<std::string_view>> elementsOf(std::string_view json, std::size_t count) {
-    std::size_t first = 0, last = json.size();
-    while (first < last && isBlank(json[first])) ++first;
-    while (last > first && isBlank(json[last - 1])) --last;
-    if (last - first < 2 || json[first] != '[' || json[last - 1] != ']') return std::nullopt;
-    std::string_view inner = json.substr(first + 1, last - first - 2);
-    while (!inner.empty() && isBlank(inner.front())) inner.remove_prefix(1);
-    while (!inner.empty() && isBlank(inner.back())) inner.remove_suffix(1);
-    std::vector<std::string_view> pieces;
-    if (inner.empty()) return count == 0 ? std::optional(pieces) : std::nullopt;
-    pieces.reserve(count);
-    std::size_t begin = 0;
-    for (std::size_t i = inner.find('}'); i != std::string_view::npos; i = inner.find('}', i + 1)) {
-        std::size_t j = i + 1;
-        while (j < inner.size() && isBlank(inner[j])) ++j;
-        if (j >= inner.size() || inner[j] != ',') continue;
-        ++j;
-        while (j < inner.size() && isBlank(inner[j])) ++j;
-        if (j >= inner.size() || inner[j] != '{') continue;
-        if (pieces.size() + 1 >= count) return std::nullopt;
-        pieces.push_back(inner.substr(begin, i + 1 - begin));
-        begin = j;
+// The new file's text, gathered and handed on a megabyte at a time, counting
+// where each byte lands.
+class Output {
+public:
+    explicit Output(FileWriter& file) : file_(file) { buffer_.reserve(bufferBytes + 4096); }
+    std::uint64_t offset() const { return written_ + buffer_.size(); }
+    bool append(std::string_view bytes) {
+        buffer_.append(bytes);
+        return buffer_.size() < bufferBytes || flush();
     }
-    pieces.push_back(inner.substr(begin));
-    if (pieces.size() != count) return std::nullopt;
-    return pieces;
-}
+    bool flush() {
+        if (!file_.write(buffer_)) return false;
+        written_ += buffer_.size();
+        buffer_.clear();
+        return true;
+    }
+    // The bytes of `range` in `source`, copied without holding more than the buffer.
+    bool copy(FileReader& source, ByteRange range) {
+        while (range.length > 0) {
+            if (buffer_.size() >= bufferBytes && !flush()) return false;
+            const std::size_t take = std::min<std::uint64_t>(range.length, bufferBytes + 4096 - buffer_.size());
+            const std::size_t had = buffer_.size();
+            buffer_.resize(had + take);
+            if (!source.read(range.offset, buffer_.data() + had, take)) return false;
+            range.offset += take;
+            range.length -= take;
+        }
+        return true;
+    }
+
+private:
+    FileWriter& file_;
+    std::string buffer_;
+    std::uint64_t written_ = 0;
+};
 
 }  // namespace
 
-std::string_view BlockFileText::Chunk::piece(std::size_t i) const {
-    const std::size_t begin = i == 0 ? 0 : ends[i - 1] + 1;
-    return std::string_view(text).substr(begin, ends[i] - begin);
-}
-
-void BlockFileText::Chunk::add(const Uuid& id, std::string_view piece) {
-    if (!ids.empty()) text.push_back(',');
-    text.append(piece);
-    ends.push_back(static_cast<std::uint32_t>(text.size()));
-    ids.push_back(id);
-}
-
-std::optional<std::string> BlockFileText::Snapshot::join() const {
-    std::size_t total = 2;
-    for (const auto& chunk : chunks) {
-        for (std::size_t i = 0; i < chunk->size(); ++i) {
-            if (chunk->piece(i).empty()) return std::nullopt;
+BlockFileText::Written BlockFileText::Snapshot::write(Files& files, const std::string& path,
+                                                      const std::optional<FileStamp>& expected) const {
+    Written result;
+    const bool copies = std::any_of(pieces.begin(), pieces.end(), [](const Piece& piece) { return piece.inFile; });
+    const auto source = copies ? files.openForReading(path) : nullptr;
+    // Checked again right before the write: another program may have written
+    // since the main thread looked, and the copied ranges are of the file as it was.
+    const auto current = [&] { return source ? source->stamp() : files.stamp(path); };
+    if (current() != expected || (copies && !source)) {
+        result.outsideWrite = true;
+        return result;
+    }
+    std::vector<std::pair<std::uint64_t, ByteRange>> ranges;
+    result.failure = files.writeAtomically(path, [&](FileWriter& file) {
+        Output out(file);
+        out.append("[");
+        JsonWriter writer;
+        for (const Piece& piece : pieces) {
+            if (piece.ids->empty()) continue;
+            if (out.offset() > 1) out.append(",");
+            const std::uint64_t begin = out.offset();
+            if (piece.inFile) {
+                if (!out.copy(*source, *piece.inFile)) return false;
+            } else {
+                for (std::size_t i = 0; i < piece.blocks.size(); ++i) {
+                    writer = JsonWriter();
+                    writeBlock(writer, piece.blocks[i]);
+                    // A number JSON cannot hold: nothing is written.
+                    if (!writer.ok()) return false;
+                    if ((i > 0 && !out.append(",")) || !out.append(writer.text())) return false;
+                }
+            }
+            ranges.emplace_back(piece.version, ByteRange{begin, out.offset() - begin});
         }
-        total += chunk->text.size() + 1;
-    }
-    std::string bytes;
-    bytes.reserve(total);
-    bytes.push_back('[');
-    for (const auto& chunk : chunks) {
-        if (bytes.size() > 1) bytes.push_back(',');
-        bytes.append(chunk->text);
-    }
-    bytes.push_back(']');
-    return bytes;
+        // Rewritten in place while it was copied: what was copied may be torn.
+        if (copies && source->stamp() != expected) {
+            result.outsideWrite = true;
+            return false;
+        }
+        return out.append("]") && out.flush();
+    });
+    if (!result.failure) result.ranges = std::move(ranges);
+    return result;
 }
 
-std::vector<Uuid> BlockFileText::Snapshot::sortedIds() const {
+BlockFileText::IdChunks BlockFileText::Snapshot::ids() const {
+    IdChunks ids;
+    for (const Piece& piece : pieces) ids.push_back(piece.ids);
+    return ids;
+}
+
+BlockFileText::IdChunks BlockFileText::ids() const {
+    IdChunks ids;
+    for (const Chunk& chunk : chunks_) ids.push_back(chunk.ids);
+    return ids;
+}
+
+std::vector<Uuid> BlockFileText::sortedIds(const IdChunks& chunks) {
     std::vector<Uuid> ids;
-    for (const auto& chunk : chunks) ids.insert(ids.end(), chunk->ids.begin(), chunk->ids.end());
+    for (const auto& chunk : chunks) ids.insert(ids.end(), chunk->begin(), chunk->end());
     std::sort(ids.begin(), ids.end());
     return ids;
 }
 
 void BlockFileText::reindex() {
-    std::erase_if(slots_, [](const Slot& slot) { return slot.chunk->size() == 0; });
+    std::erase_if(chunks_, [](const Chunk& chunk) { return chunk.ids->empty(); });
     firsts_.clear();
     size_ = 0;
-    for (const Slot& slot : slots_) {
+    for (const Chunk& chunk : chunks_) {
         firsts_.push_back(size_);
-        size_ += slot.chunk->size();
+        size_ += chunk.ids->size();
     }
 }
 
-void BlockFileText::replace(const std::vector<MacDayBlock>& before, const std::vector<MacDayBlock>& after) {
-    std::vector<Slot> slots;
-    std::shared_ptr<Chunk> building;
-    const auto piece = [&](std::size_t position) {
-        const auto slot = std::upper_bound(firsts_.begin(), firsts_.end(), position) - firsts_.begin() - 1;
-        return slots_[slot].chunk->piece(position - firsts_[slot]);
-    };
-    std::unordered_map<Uuid, std::size_t> positions;  // of `before`, made only when needed
-    std::size_t slot = 0;  // the old chunk holding position i, or the first after it
-    const auto endOf = [&](std::size_t k) { return firsts_[k] + slots_[k].chunk->size(); };
-    for (std::size_t i = 0; i < after.size();) {
-        while (slot < slots_.size() && endOf(slot) <= i) ++slot;
-        // A chunk whose blocks all stay where they were is kept as it is.
-        if (slot < slots_.size() && firsts_[slot] == i && endOf(slot) <= after.size() &&
-            std::equal(after.begin() + i, after.begin() + endOf(slot), before.begin() + i)) {
-            slots.push_back(slots_[slot]);
-            i = endOf(slot);
-            continue;
-        }
-        if (!building) building = std::make_shared<Chunk>();
-        const MacDayBlock& block = after[i];
-        if (i < before.size() && before[i] == block) {
-            building->add(block.id, piece(i));
-        } else {
-            if (positions.empty()) {
-                for (std::size_t k = 0; k < before.size(); ++k) positions.emplace(before[k].id, k);
-            }
-            const auto found = positions.find(block.id);
-            if (found != positions.end() && before[found->second] == block) building->add(block.id, piece(found->second));
-            else addEncoded(*building, block);
-        }
-        ++i;
-        // Cut where an old chunk ends, so the next one can be kept whole.
-        if (building->size() == chunkSize || (slot < slots_.size() && endOf(slot) == i)) {
-            slots.push_back({std::move(building), false});
-            building.reset();
-        }
-    }
-    if (building) slots.push_back({std::move(building), false});
-    slots_ = std::move(slots);
-    reindex();
+std::pair<std::size_t, std::size_t> BlockFileText::locate(std::size_t i) const {
+    const std::size_t chunk = std::size_t(std::upper_bound(firsts_.begin(), firsts_.end(), i) - firsts_.begin() - 1);
+    return {chunk, i - firsts_[chunk]};
 }
 
-void BlockFileText::replaceFromFile(const std::vector<MacDayBlock>& blocks, std::string_view fileText) {
-    const auto pieces = elementsOf(fileText, blocks.size());
-    slots_.clear();
-    reindex();
-    if (!pieces) return replace({}, blocks);
-    for (std::size_t i = 0; i < blocks.size(); ++i) {
-        if (i % chunkSize == 0) slots_.push_back({std::make_shared<Chunk>(), false});
-        slots_.back().chunk->add(blocks[i].id, (*pieces)[i]);
+std::vector<Uuid>& BlockFileText::changing(Chunk& chunk) {
+    if (chunk.ids.use_count() > 1) chunk.ids = std::make_shared<std::vector<Uuid>>(*chunk.ids);
+    chunk.version = ++versions_;
+    chunk.inFile.reset();
+    return *chunk.ids;
+}
+
+void BlockFileText::reset(const BlockList& list) { resetFromFile(list, {}); }
+
+void BlockFileText::resetFromFile(const BlockList& list, const std::vector<std::optional<ByteRange>>& ranges) {
+    chunks_.clear();
+    for (std::size_t first = 0; first < list.size(); first += chunkSize) {
+        const std::size_t last = std::min(list.size(), first + chunkSize);
+        std::vector<Uuid> ids;
+        ids.reserve(last - first);
+        for (std::size_t i = first; i < last; ++i) ids.push_back(list.at(i).id());
+        Chunk chunk = fresh(std::move(ids));
+        // Copied from the file only when every block's text is known there.
+        if (ranges.size() == list.size() &&
+            std::all_of(ranges.begin() + std::ptrdiff_t(first), ranges.begin() + std::ptrdiff_t(last),
+                        [](const auto& range) { return range.has_value(); })) {
+            const std::uint64_t begin = ranges[first]->offset;
+            chunk.inFile = ByteRange{begin, ranges[last - 1]->offset + ranges[last - 1]->length - begin};
+        }
+        chunks_.push_back(std::move(chunk));
     }
     reindex();
 }
 
-void BlockFileText::append(const MacDayBlock& block) {
-    if (slots_.empty() || slots_.back().chunk->size() >= chunkSize) {
-        slots_.push_back({std::make_shared<Chunk>(), false});
+void BlockFileText::appended(const BlockList& list) {
+    const Uuid& id = list.at(list.size() - 1).id();
+    if (chunks_.empty() || chunks_.back().ids->size() >= chunkSize) {
+        chunks_.push_back(fresh({id}));
         firsts_.push_back(size_);
-    } else if (slots_.back().shared) {
-        slots_.back() = {std::make_shared<Chunk>(*slots_.back().chunk), false};
+    } else {
+        changing(chunks_.back()).push_back(id);
     }
-    addEncoded(*slots_.back().chunk, block);
     ++size_;
 }
 
-void BlockFileText::update(std::size_t i, const MacDayBlock& block) {
-    const auto slot = std::upper_bound(firsts_.begin(), firsts_.end(), i) - firsts_.begin() - 1;
-    const Chunk& old = *slots_[slot].chunk;
-    const std::size_t at = i - firsts_[slot];
-    auto chunk = std::make_shared<Chunk>();
-    chunk->text.reserve(old.text.size() + 64);
-    for (std::size_t k = 0; k < old.size(); ++k) {
-        if (k == at) addEncoded(*chunk, block);
-        else chunk->add(old.ids[k], old.piece(k));
-    }
-    slots_[slot] = {std::move(chunk), false};
+void BlockFileText::updated(const BlockList& list, std::size_t i) {
+    const auto [chunk, at] = locate(i);
+    changing(chunks_[chunk])[at] = list.at(i).id();
 }
 
-void BlockFileText::erase(const std::unordered_set<Uuid>& ids) {
-    if (ids.empty()) return;
-    for (Slot& slot : slots_) {
-        const Chunk& old = *slot.chunk;
-        if (std::none_of(old.ids.begin(), old.ids.end(), [&](const Uuid& id) { return ids.contains(id); })) continue;
-        auto chunk = std::make_shared<Chunk>();
-        for (std::size_t k = 0; k < old.size(); ++k) {
-            if (!ids.contains(old.ids[k])) chunk->add(old.ids[k], old.piece(k));
-        }
-        slot = {std::move(chunk), false};
+void BlockFileText::erased(const std::vector<std::size_t>& positions) {
+    // From the back, so the positions not yet removed stay where they were.
+    for (auto i = positions.rbegin(); i != positions.rend(); ++i) {
+        const auto [chunk, at] = locate(*i);
+        auto& ids = changing(chunks_[chunk]);
+        ids.erase(ids.begin() + std::ptrdiff_t(at));
     }
     reindex();
 }
 
-BlockFileText::Snapshot BlockFileText::snapshot() {
+void BlockFileText::forgetFile() {
+    for (Chunk& chunk : chunks_) chunk.inFile.reset();
+}
+
+BlockFileText::Snapshot BlockFileText::snapshot(const BlockList& list) {
     Snapshot snapshot;
-    snapshot.chunks.reserve(slots_.size());
-    for (Slot& slot : slots_) {
-        slot.shared = true;
-        snapshot.chunks.push_back(slot.chunk);
+    snapshot.pieces.reserve(chunks_.size());
+    for (std::size_t k = 0; k < chunks_.size(); ++k) {
+        const Chunk& chunk = chunks_[k];
+        Piece piece{chunk.version, chunk.ids, chunk.inFile, {}};
+        if (!chunk.inFile) {
+            piece.blocks.reserve(chunk.ids->size());
+            for (std::size_t i = 0; i < chunk.ids->size(); ++i) piece.blocks.push_back(list[firsts_[k] + i]);
+        }
+        snapshot.pieces.push_back(std::move(piece));
     }
     return snapshot;
 }
 
-void FileBlockList::replace(std::vector<MacDayBlock> blocks) {
-    text_.replace(list_.all(), blocks);
-    list_.replace(std::move(blocks));
+void BlockFileText::written(std::vector<std::pair<std::uint64_t, ByteRange>> ranges) {
+    // A chunk that kept its version since the snapshot is exactly what was written.
+    std::sort(ranges.begin(), ranges.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    for (Chunk& chunk : chunks_) {
+        const auto found = std::lower_bound(ranges.begin(), ranges.end(), chunk.version,
+                                            [](const auto& entry, std::uint64_t version) { return entry.first < version; });
+        if (found != ranges.end() && found->first == chunk.version) chunk.inFile = found->second;
+    }
 }
 
-void FileBlockList::replaceFromFile(std::vector<MacDayBlock> blocks, std::string_view fileText) {
-    text_.replaceFromFile(blocks, fileText);
-    list_.replace(std::move(blocks));
+void FileBlockList::replace(const std::vector<MacDayBlock>& blocks) {
+    list_.replace(blocks);
+    text_.reset(list_);
 }
 
-void FileBlockList::append(MacDayBlock block) {
-    text_.append(block);
-    list_.append(std::move(block));
+bool FileBlockList::readInPieces(const std::function<std::size_t(char*, std::size_t)>& read,
+                                 std::uint64_t fileSize) {
+    // About 290 bytes a block: room for what the file holds, so the list
+    // does not grow by copying itself while it is read.
+    list_.clear(std::size_t(fileSize / 256));
+    std::vector<std::optional<ByteRange>> ranges;
+    bool whole = false;
+    try {
+        whole = readBlocksInPieces(read, [&](MacDayBlock&& block, std::optional<ByteRange> range) {
+            list_.add(block);
+            ranges.push_back(range);
+        });
+    } catch (...) {
+        list_.clear(0);
+        list_.index();
+        text_.reset(list_);
+        throw;
+    }
+    if (!whole) list_.clear(0);
+    list_.index();
+    text_.resetFromFile(list_, ranges);
+    return whole;
+}
+
+void FileBlockList::append(const MacDayBlock& block) {
+    list_.append(block);
+    text_.appended(list_);
 }
 
 void FileBlockList::update(std::size_t i, const std::function<void(MacDayBlock&)>& change) {
     list_.update(i, change);
-    text_.update(i, list_[i]);
+    text_.updated(list_, i);
 }
 
-std::size_t FileBlockList::eraseIf(const std::function<bool(const MacDayBlock&)>& matches) {
-    std::unordered_set<Uuid> erased;
-    const std::size_t count = list_.eraseIf([&](const MacDayBlock& block) {
-        if (!matches(block)) return false;
-        erased.insert(block.id);
-        return true;
-    });
-    text_.erase(erased);
-    return count;
+std::size_t FileBlockList::erase(std::vector<std::size_t> positions) {
+    list_.eraseAt(positions);
+    text_.erased(positions);
+    return positions.size();
 }
 
-std::size_t FileBlockList::eraseId(const Uuid& id) {
-    const std::size_t count = list_.eraseId(id);
-    if (count > 0) text_.erase({id});
-    return count;
+std::size_t FileBlockList::eraseIf(const std::function<bool(const BlockList::Stored&)>& matches) {
+    return erase(list_.positionsWhere(matches));
 }
+
+std::size_t FileBlockList::eraseId(const Uuid& id) { return erase(list_.positionsOf(id)); }
 
 }  // namespace plenda

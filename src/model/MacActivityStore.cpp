@@ -12,6 +12,7 @@
 #include <mutex>
 #include <new>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace plenda {
 
@@ -47,10 +48,11 @@ struct MacActivityStore::Write {
     BlockFileText::Snapshot snapshot;
     std::optional<FileStamp> expected;  // the file as the store last read or wrote it
     // What came of it.
-    bool written = false;
-    bool outsideWrite = false;
+    BlockFileText::Written result;
     std::optional<FileStamp> stamp;
+    std::vector<std::function<void(bool)>> then;  // told on the main thread once it landed
 
+    bool written() const { return !result.outsideWrite && !result.failure; }
     // False when it was dropped before it started.
     bool run(Files& files) {
         {
@@ -58,14 +60,8 @@ struct MacActivityStore::Write {
             if (state != State::queued) return false;
             state = State::running;
         }
-        // Checked again right before the write: another program may have
-        // written since the main thread looked.
-        if (files.stamp(path) != expected) {
-            outsideWrite = true;
-        } else if (const auto bytes = snapshot.join(); bytes && !files.writeFileAtomically(path, *bytes)) {
-            written = true;
-            stamp = files.stamp(path);
-        }
+        result = snapshot.write(files, path, expected);
+        if (written()) stamp = files.stamp(path);
         {
             std::lock_guard lock(mutex);
             state = State::done;
@@ -77,6 +73,8 @@ struct MacActivityStore::Write {
 
 MacActivityStore::~MacActivityStore() {
     if (writeWorkItem_) writeWorkItem_->cancel();
+    waitingForWrite_.clear();
+    if (write_) write_->then.clear();
     settleWrite();
 }
 
@@ -125,74 +123,101 @@ MacActivityStore::FileState MacActivityStore::readBlocksFile(const std::string& 
                                                              FileJoin& join, bool loading) {
     // Stamped before reading, so a write in between is at worst read twice.
     const auto stamp = files_.stamp(path);
-    FileRead file = files_.readFile(path);
-    if (file.status == FileRead::Status::missing) {
+    const auto absent = [this] {
         blocksFileUnread_ = false;
         blocksFileKnown_ = true;
         fileStamp_.reset();
         fileIds_.clear();
-        writtenIds_.reset();
+        fileIdChunks_.reset();
+        blocks_.forgetFile();
         return FileState::absent;
-    }
+    };
+    if (!stamp) return absent();
     blocksFileUnread_ = true;
-    why = file.error;
-    if (file.status == FileRead::Status::failed) return FileState::unread;
-    std::string reason;
-    std::optional<std::vector<MacDayBlock>> decoded;
     try {
-        decoded = decodeBlocks(file.bytes, file.bytes.capacity(), &reason);
+        if (blocks_.size() == 0 && fileIds_.empty() && !fileIdChunks_ && readInPieces(path, join)) return FileState::loaded;
+        FileRead file = files_.readFile(path);
+        if (file.status == FileRead::Status::missing) return absent();
+        why = file.error;
+        if (file.status == FileRead::Status::failed) return FileState::unread;
+        std::string reason;
+        auto decoded = decodeBlocks(file.bytes, file.bytes.capacity(), &reason);
+        blocksFileUnread_ = false;
+        blocksFileKnown_ = true;
+        if (!decoded) {
+            keepUnreadableFile(path, file.bytes, reason, loading);
+            fileStamp_ = files_.stamp(path);
+            fileIds_.clear();
+            fileIdChunks_.reset();
+            blocks_.forgetFile();
+            return FileState::absent;
+        }
+        std::vector<Uuid> ids;
+        ids.reserve(decoded->size());
+        for (const MacDayBlock& block : *decoded) ids.push_back(block.id);
+        std::sort(ids.begin(), ids.end());
+        join = joinFileBlocks(std::move(*decoded));
+        join.bytes = std::move(file.bytes);
+        fileStamp_ = stamp;
+        fileIds_ = std::move(ids);
+        fileIdChunks_.reset();
     } catch (const std::bad_alloc&) {
         why = "not enough memory";
         return FileState::unread;
     }
+    return FileState::loaded;
+}
+
+// Into an empty store, a piece of the file at a time: the file's size never
+// sits in memory, and each block's text stays where it is for the next save.
+bool MacActivityStore::readInPieces(const std::string& path, FileJoin& join) {
+    const auto reader = files_.openForReading(path);
+    const auto stamp = reader ? reader->stamp() : std::nullopt;
+    if (!stamp) return false;
+    std::uint64_t offset = 0;
+    const bool read = blocks_.readInPieces(
+        [&](char* into, std::size_t room) -> std::size_t {
+            const std::size_t length = std::min<std::uint64_t>(room, stamp->size - offset);
+            if (length == 0 || !reader->read(offset, into, length)) return 0;
+            offset += length;
+            return length;
+        },
+        stamp->size);
+    if (!read) return false;
+    // Come from another program into a store that knew the file was missing.
+    if (blocksFileKnown_) join.taken = blocks_.all();
     blocksFileUnread_ = false;
     blocksFileKnown_ = true;
-    if (!decoded) {
-        keepUnreadableFile(path, file.bytes, reason, loading);
-        fileStamp_ = files_.stamp(path);
-        fileIds_.clear();
-        writtenIds_.reset();
-        return FileState::absent;
-    }
-    std::vector<Uuid> ids;
-    ids.reserve(decoded->size());
-    for (const MacDayBlock& block : *decoded) ids.push_back(block.id);
-    std::sort(ids.begin(), ids.end());
-    join = joinFileBlocks(std::move(*decoded), file.bytes);
-    join.bytes = std::move(file.bytes);
     fileStamp_ = stamp;
-    fileIds_ = std::move(ids);
-    writtenIds_.reset();
-    return FileState::loaded;
+    fileIds_.clear();
+    fileIdChunks_ = blocks_.snapshotIds();
+    return true;
 }
 
 // A block only in the file comes in, unless it was deleted here since the
 // file was last read or written; of a block in both, the newer version stays
 // (the one here on a tie).
-MacActivityStore::FileJoin MacActivityStore::joinFileBlocks(std::vector<MacDayBlock> file,
-                                                             std::string_view fileText) {
+MacActivityStore::FileJoin MacActivityStore::joinFileBlocks(std::vector<MacDayBlock> file) {
     FileJoin join;
-    if (blocks_.all().empty() && fileIds_.empty() && !writtenIds_) {
-        // Every block comes in, in the file's order, and keeps its text.
+    if (blocks_.size() == 0 && fileIds_.empty() && !fileIdChunks_) {
+        // Every block comes in, in the file's order.
         join.taken = file;
-        blocks_.replaceFromFile(std::move(file), fileText);
+        blocks_.replace(file);
         return join;
     }
-    std::unordered_map<Uuid, std::size_t> here;
-    for (std::size_t i = 0; i < blocks_.size(); ++i) here.emplace(blocks_[i].id, i);
     std::vector<bool> matched(blocks_.size());
     std::vector<MacDayBlock> result;
-    result.reserve(BlockList::roomFor(file.size() + blocks_.size()));
+    result.reserve(file.size() + blocks_.size());
     for (MacDayBlock& block : file) {
-        const auto found = here.find(block.id);
-        if (found == here.end()) {
+        const auto found = blocks_.find(block.id);
+        if (!found) {
             if (wasInFile(block.id)) continue;
         } else {
-            if (matched[found->second]) continue;
-            matched[found->second] = true;
-            const MacDayBlock& mine = blocks_[found->second];
+            if (matched[*found]) continue;
+            matched[*found] = true;
+            MacDayBlock mine = blocks_[*found];
             if (!(block.lastModified() > mine.lastModified())) {
-                result.push_back(mine);
+                result.push_back(std::move(mine));
                 continue;
             }
         }
@@ -201,15 +226,13 @@ MacActivityStore::FileJoin MacActivityStore::joinFileBlocks(std::vector<MacDayBl
     }
     for (std::size_t i = 0; i < blocks_.size(); ++i) {
         if (matched[i]) continue;
-        if (wasInFile(blocks_[i].id)) ++join.lacking;
+        if (wasInFile(blocks_.at(i).id())) ++join.lacking;
         result.push_back(blocks_[i]);
     }
-    if (!blocks_.all().empty()) {
-        std::stable_sort(result.begin(), result.end(), [](const MacDayBlock& a, const MacDayBlock& b) {
-            return a.effectiveStart() < b.effectiveStart();
-        });
-    }
-    blocks_.replace(std::move(result));
+    std::stable_sort(result.begin(), result.end(), [](const MacDayBlock& a, const MacDayBlock& b) {
+        return a.effectiveStart() < b.effectiveStart();
+    });
+    blocks_.replace(result);
     return join;
 }
 
@@ -275,16 +298,33 @@ std::shared_ptr<MacActivityStore::Write> MacActivityStore::startWrite(const std:
     write->path = path;
     write->expected = fileStamp_;
     write->snapshot = blocks_.snapshot();
+    write->then = std::move(waitingForWrite_);
+    waitingForWrite_.clear();
     return write;
 }
 
+bool MacActivityStore::landed(Write& write) {
+    const bool written = finishWrite(write);
+    for (const auto& done : std::exchange(write.then, {})) done(written);
+    return written;
+}
+
+void MacActivityStore::failWaiting() {
+    for (const auto& done : std::exchange(waitingForWrite_, {})) done(false);
+}
+
 bool MacActivityStore::finishWrite(Write& write) {
-    if (!write.written) return false;
+    // A failed copy from the old file would fail the same way again: the
+    // next save encodes every block.
+    if (write.result.failure) blocks_.forgetFile();
+    if (!write.written()) return false;
     blocksFileKnown_ = true;
     fileStamp_ = write.stamp;
+    blocks_.written(std::move(write.result.ranges));
     // The ids are sorted out of the snapshot only when another program's write needs them.
     fileIds_.clear();
-    writtenIds_ = std::move(write.snapshot);
+    fileIdChunks_ = write.snapshot.ids();
+    write.snapshot = {};
     return true;
 }
 
@@ -294,7 +334,13 @@ void MacActivityStore::settleWrite() {
     std::unique_lock lock(write->mutex);
     if (write->state == Write::State::queued) write->state = Write::State::dropped;
     write->settled.wait(lock, [&] { return write->state != Write::State::running; });
-    if (write->state == Write::State::done) finishWrite(*write);
+    lock.unlock();
+    if (write->state == Write::State::done && !write->result.outsideWrite) {
+        landed(*write);
+    } else {
+        // Not written: those waiting for it wait for the write that follows.
+        waitingForWrite_.insert(waitingForWrite_.begin(), write->then.begin(), write->then.end());
+    }
 }
 
 bool MacActivityStore::saveNow() {
@@ -305,10 +351,13 @@ bool MacActivityStore::saveNow() {
     saveAgain_ = false;
     settleWrite();  // so the newest lands last
     const std::string& path = blocksFilePath();
-    if (path.empty() || !takeOutsideWritesBeforeSave(path)) return false;
+    if (path.empty() || !takeOutsideWritesBeforeSave(path)) {
+        failWaiting();
+        return false;
+    }
     const auto write = startWrite(path);
     write->run(files_);
-    return finishWrite(*write);
+    return landed(*write);
 }
 
 // One write at a time: changes made while one is under way are saved once it
@@ -319,17 +368,31 @@ void MacActivityStore::saveInBackground() {
         return;
     }
     const std::string& path = blocksFilePath();
-    if (path.empty() || !takeOutsideWritesBeforeSave(path)) return;
+    if (path.empty() || !takeOutsideWritesBeforeSave(path)) return failWaiting();
     write_ = startWrite(path);
     scheduler_.runOnWriter([write = write_, &files = files_, &scheduler = scheduler_, alive = lifetime_.weak(), this] {
         if (!write->run(files)) return;
         scheduler.post([write, alive, this] {
             if (alive.expired() || write_ != write) return;
             write_.reset();
-            finishWrite(*write);
-            if (write->outsideWrite || std::exchange(saveAgain_, false)) saveInBackground();
+            if (write->result.outsideWrite) {
+                // Merged first, then written by the next write.
+                waitingForWrite_.insert(waitingForWrite_.begin(), write->then.begin(), write->then.end());
+                return saveInBackground();
+            }
+            landed(*write);
+            if (std::exchange(saveAgain_, false)) saveInBackground();
         });
     });
+}
+
+void MacActivityStore::saveThen(std::function<void(bool written)> done) {
+    if (writeWorkItem_) {
+        writeWorkItem_->cancel();
+        writeWorkItem_.reset();
+    }
+    waitingForWrite_.push_back(std::move(done));
+    saveInBackground();
 }
 
 void MacActivityStore::scheduleSave() {
@@ -422,10 +485,40 @@ void MacActivityStore::pushPending(std::vector<MacDayBlock> blocks, bool pruneSt
     if (finished) scheduler_.post(std::move(finished));
 }
 
-void MacActivityStore::replaceBlocks(std::vector<MacDayBlock> blocks) {
-    blocks_.replace(std::move(blocks));
+void MacActivityStore::pushAllPending(std::function<void()> finished) {
+    if (sync_) return sync_->pushAllPending(std::move(finished));
+    if (finished) scheduler_.post(std::move(finished));
+}
+
+void MacActivityStore::putBlocks(const std::vector<MacDayBlock>& blocks, const std::vector<Uuid>& removed) {
+    for (const MacDayBlock& block : blocks) {
+        if (const auto found = blocks_.find(block.id)) {
+            blocks_.update(*found, [&](MacDayBlock& stored) { stored = block; });
+        } else {
+            blocks_.append(block);
+        }
+    }
+    if (!removed.empty()) {
+        const std::unordered_set<Uuid> gone(removed.begin(), removed.end());
+        if (gone.size() <= 2) {
+            for (const Uuid& id : gone) blocks_.eraseId(id);
+        } else {
+            blocks_.eraseIf([&](const BlockList::Stored& block) { return gone.contains(block.id()); });
+        }
+    }
+    if (blocks.empty() && removed.empty()) return;
     scheduleSave();
     publish();
+}
+
+std::optional<MacDayBlock> MacActivityStore::block(const Uuid& id) const {
+    const auto found = blocks_.find(id);
+    if (!found) return std::nullopt;
+    return blocks_[*found];
+}
+
+void MacActivityStore::forEachBlock(const std::function<void(const BlockList::Stored&)>& visit) const {
+    for (std::size_t i = 0; i < blocks_.size(); ++i) visit(blocks_.at(i));
 }
 
 void MacActivityStore::setSyncMessage(std::string_view key) {

@@ -66,7 +66,13 @@ public:
     MacActivityStore(const MacActivityStore&) = delete;
     MacActivityStore& operator=(const MacActivityStore&) = delete;
 
-    const std::vector<MacDayBlock>& blocks() const { return blocks_.all(); }
+    // Every block, copied: O(n), for tools and tests. The store's own
+    // operations and queries answer without it.
+    std::vector<MacDayBlock> blocks() const { return blocks_.all(); }
+    std::size_t blockCount() const { return blocks_.size(); }
+    std::optional<MacDayBlock> block(const Uuid& id) const;
+    // Each block as it lies in the store, without copying it.
+    void forEachBlock(const std::function<void(const BlockList::Stored&)>& visit) const;
     const std::string& syncMessage() const { return syncMessage_; }
     Date selectedDate() const { return selectedDate_; }
     bool cloudSyncDisabled() const { return cloudSyncDisabled_; }
@@ -84,6 +90,9 @@ public:
     // writes on the scheduler's writer thread from a snapshot.
     bool saveNow();
     void scheduleSave();
+    // Saves on the writer now and tells `done` (on the main thread) whether
+    // the file written holds every change made before the call.
+    void saveThen(std::function<void(bool written)> done);
     bool hasPendingSave() const { return writeWorkItem_.has_value() || write_ || saveAgain_; }
 
     // Session recording.
@@ -105,11 +114,13 @@ public:
     // Cloud sync (see StoreSync); without a sync side `finished` is still posted.
     void syncNow(std::function<void()> finished = {});
     void pushPending(std::vector<MacDayBlock> blocks, bool pruneStale, std::function<void()> finished = {});
+    void pushAllPending(std::function<void()> finished = {});
 
-    // For the sync side: the merged list replaces every block (then a save
-    // and observers), a status key becomes the sync message, a category
-    // chosen on another device is remembered.
-    void replaceBlocks(std::vector<MacDayBlock> blocks);
+    // For the sync side: these blocks replace those of their ids (or are
+    // added) and the blocks of the removed ids go (then a save and
+    // observers); a status key becomes the sync message, a category chosen
+    // on another device is remembered.
+    void putBlocks(const std::vector<MacDayBlock>& blocks, const std::vector<Uuid>& removed);
     void setSyncMessage(std::string_view key);
     void rememberCategory(std::string_view title, MacBlockCategory category);
 
@@ -123,9 +134,10 @@ private:
     };
     void loadBlocks();
     FileState readBlocksFile(const std::string& path, std::string& why, FileJoin& join, bool loading);
-    FileJoin joinFileBlocks(std::vector<MacDayBlock> file, std::string_view fileText);
+    FileJoin joinFileBlocks(std::vector<MacDayBlock> file);
+    bool readInPieces(const std::string& path, FileJoin& join);
     bool wasInFile(const Uuid& id) {
-        if (writtenIds_) fileIds_ = std::exchange(writtenIds_, std::nullopt)->sortedIds();
+        if (fileIdChunks_) fileIds_ = BlockFileText::sortedIds(*std::exchange(fileIdChunks_, std::nullopt));
         return std::binary_search(fileIds_.begin(), fileIds_.end(), id);
     }
     // Brings in what another program wrote since; false when the file must
@@ -137,6 +149,9 @@ private:
     // Waits for the write under way, drops one not started yet.
     void settleWrite();
     bool finishWrite(Write& write);
+    // Finishes a write and tells those waiting for it.
+    bool landed(Write& write);
+    void failWaiting();
     void takeOutsideWrite(const std::string& path, const FileJoin& join);
     void splitMidnightSpanningBlocks();
     std::string copyPathBeside(const std::string& path, std::string_view kind) const;
@@ -165,6 +180,7 @@ private:
     std::optional<TaskHandle> writeWorkItem_;
     std::shared_ptr<Write> write_;  // handed to the writer, not finished yet
     bool saveAgain_ = false;        // changes came while it was under way
+    std::vector<std::function<void(bool)>> waitingForWrite_;  // for the next write to start
     std::unique_ptr<StoreSync> sync_;
     bool cloudSyncDisabled_ = false;
     std::optional<std::string> blocksFilePath_;
@@ -175,7 +191,7 @@ private:
     // from one that program added.
     std::optional<FileStamp> fileStamp_;
     std::vector<Uuid> fileIds_;  // sorted
-    std::optional<BlockFileText::Snapshot> writtenIds_;  // instead, until they are needed
+    std::optional<BlockFileText::IdChunks> fileIdChunks_;  // instead, until they are needed
     bool blocksFileKnown_ = false;  // read (or found missing) or written once
     ObserverList observers_;
     Lifetime lifetime_;

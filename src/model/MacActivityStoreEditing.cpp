@@ -24,13 +24,12 @@ void MacActivityStore::recordSession(const std::string& title, MacBlockCategory 
     const double limit = mergeGapLimit();
     std::optional<std::size_t> best;
     for (std::size_t i : blocks_.endingWithin(start - limit, start)) {
-        const MacDayBlock& block = blocks_[i];
-        if (block.category != category || block.title != title) continue;
-        if (!best || block.effectiveEnd() > blocks_[*best].effectiveEnd()) best = i;
+        const auto block = blocks_.at(i);
+        if (block.category() != category || block.title() != title) continue;
+        if (!best || block.effectiveEnd() > blocks_.at(*best).effectiveEnd()) best = i;
     }
-
-    if (best && blocks_[*best].endDate && start - *blocks_[*best].endDate <= limit &&
-        calendar_.isSameDay(*blocks_[*best].endDate, start)) {
+    const auto bestEnd = best ? blocks_.at(*best).endDate() : std::nullopt;
+    if (bestEnd && start - *bestEnd <= limit && calendar_.isSameDay(*bestEnd, start)) {
         const Date now = clock_.now();
         blocks_.update(*best, [&](MacDayBlock& block) {
             block.endDate = std::max(end, *block.endDate);
@@ -88,7 +87,7 @@ std::vector<MacDayBlock> MacActivityStore::blocksOnDay(Date date) const {
 double MacActivityStore::minutesOn(Date date) const {
     const DayRange day = dayRange(calendar_, date);
     double minutes = 0;
-    for (std::size_t i : blocks_.startingWithin(day.start, day.end)) minutes = addMinutes(minutes, blocks_[i].weight);
+    for (std::size_t i : blocks_.startingWithin(day.start, day.end)) minutes = addMinutes(minutes, blocks_.at(i).weight());
     return minutes;
 }
 
@@ -114,7 +113,7 @@ void MacActivityStore::changeCategory(std::string_view title, MacBlockCategory f
     const Date now = clock_.now();
     std::vector<MacDayBlock> changed;
     for (std::size_t i : blocks_.startingWithin(day.start, day.end)) {
-        if (blocks_[i].title != title || blocks_[i].category != from) continue;
+        if (blocks_.at(i).title() != title || blocks_.at(i).category() != from) continue;
         blocks_.update(i, [&](MacDayBlock& block) {
             block.category = to;
             block.modifiedAt = now;
@@ -136,7 +135,7 @@ void MacActivityStore::deleteSummary(std::string_view title, MacBlockCategory ca
         }
     }
     if (ids.empty()) return;
-    blocks_.eraseIf([&](const MacDayBlock& block) { return ids.contains(block.id); });
+    blocks_.eraseIf([&](const BlockList::Stored& block) { return ids.contains(block.id()); });
     scheduleSave();
     publish();
     if (cloudSyncDisabled_) return;

@@ -29,6 +29,8 @@ public:
     // Sends pending changes for `blocks` (and every pending deletion) to the
     // cloud on the worker, then calls `finished` on the main thread.
     virtual void pushPending(std::vector<MacDayBlock> blocks, bool pruneStale, std::function<void()> finished) = 0;
+    // The same for every block with a pending change (at sleep and quit).
+    virtual void pushAllPending(std::function<void()> finished) = 0;
     // Forgets that the account was found unusable; `finished` runs on the worker.
     virtual void resetAvailability(std::function<void()> finished) = 0;
     // Writes the bookkeeping still held back now (at quit, before sleep).

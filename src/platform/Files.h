@@ -2,6 +2,8 @@
 
 #include <compare>
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -25,6 +27,23 @@ struct FileStamp {
     bool operator==(const FileStamp&) const = default;
 };
 
+// A file opened for reading: it stays the file it was when opened, whatever
+// replaces it at its path meanwhile.
+class FileReader {
+public:
+    virtual ~FileReader() = default;
+    virtual std::optional<FileStamp> stamp() const = 0;
+    // Fills `length` bytes from `offset`; false on failure or a short read.
+    virtual bool read(std::uint64_t offset, char* into, std::size_t length) = 0;
+};
+
+// The new text of a file being written; false when a write failed.
+class FileWriter {
+public:
+    virtual ~FileWriter() = default;
+    virtual bool write(std::string_view bytes) = 0;
+};
+
 // The file system as the program uses it. Everything it creates is readable
 // by the user alone (0700 folders, 0600 files).
 class Files {
@@ -38,10 +57,16 @@ public:
     virtual FileRead readFile(const std::string& path) const = 0;
     // Without reading the file; nothing when it is missing or cannot be looked at.
     virtual std::optional<FileStamp> stamp(const std::string& path) const = 0;
-    // Writes into a temporary file that then replaces `path`, so a reader
-    // never sees half a file. Returns the reason on failure.
-    virtual std::optional<std::string> writeFileAtomically(const std::string& path,
-                                                           std::string_view bytes) = 0;
+    // Nothing when the file is missing or cannot be opened.
+    virtual std::unique_ptr<FileReader> openForReading(const std::string& path) const = 0;
+    // Writes what `produce` writes into a temporary file that then replaces
+    // `path`, so a reader never sees half a file; nothing replaces it when
+    // `produce` returns false. Returns the reason on failure.
+    virtual std::optional<std::string> writeAtomically(const std::string& path,
+                                                       const std::function<bool(FileWriter&)>& produce) = 0;
+    std::optional<std::string> writeFileAtomically(const std::string& path, std::string_view bytes) {
+        return writeAtomically(path, [bytes](FileWriter& file) { return file.write(bytes); });
+    }
     // Renames a file; false on failure.
     virtual bool moveFile(const std::string& from, const std::string& to) = 0;
 };

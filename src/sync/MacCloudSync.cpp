@@ -10,17 +10,6 @@
 
 namespace plenda {
 
-namespace {
-
-std::unordered_map<Uuid, std::size_t> indexByID(const std::vector<MacDayBlock>& blocks) {
-    std::unordered_map<Uuid, std::size_t> index;
-    index.reserve(blocks.size());
-    for (std::size_t i = 0; i < blocks.size(); ++i) index.emplace(blocks[i].id, i);
-    return index;
-}
-
-}  // namespace
-
 MacCloudSync::MacCloudSync(MacActivityStore& store, Dependencies dependencies)
     : store_(store),
       scheduler_(dependencies.scheduler),
@@ -75,10 +64,8 @@ void MacCloudSync::writeBookkeeping() { state_.writePending(); }
 // The blocks a push would send; none at all, most of the time.
 std::vector<MacDayBlock> MacCloudSync::dirtyBlocks() const {
     std::vector<MacDayBlock> blocks;
-    const IdSet dirty = state_.readIDs(state_.dirtyKey());
-    if (dirty.empty()) return blocks;
-    for (const MacDayBlock& block : store_.blocks()) {
-        if (dirty.contains(block.id)) blocks.push_back(block);
+    for (const Uuid& id : state_.readIDs(state_.dirtyKey())) {
+        if (auto block = store_.block(id)) blocks.push_back(std::move(*block));
     }
     return blocks;
 }
@@ -136,11 +123,17 @@ void MacCloudSync::syncNow(std::function<void()> finished) {
                 }
             }
             state_.confirm(held, IdSet(result.deleted.begin(), result.deleted.end()));
-            // The token only once what it covers is in the block file; a failed
-            // write leaves the old token, and the next pull brings the same again.
-            if ((result.changed.empty() && result.deleted.empty()) || store_.saveNow()) {
-                state_.saveChangeToken(result.changeToken);
-            }
+            // The token only once what it covers is in the block file, written
+            // on the writer; a failed write leaves the old token, and the next
+            // pull brings the same again. A token saved since is never replaced
+            // by an older one.
+            const auto keepToken = [this, alive, token = result.changeToken, pull = ++pulls_](bool written) {
+                if (alive.expired() || !written || pull < tokenPull_) return;
+                tokenPull_ = pull;
+                state_.saveChangeToken(token);
+            };
+            if (result.changed.empty() && result.deleted.empty()) keepToken(true);
+            else store_.saveThen(keepToken);
             pushPending(dirtyBlocks(), true, [this, alive, finished] {
                 if (alive.expired()) return;
                 isSyncing_ = false;
@@ -210,34 +203,32 @@ void MacCloudSync::pushPending(std::vector<MacDayBlock> blocks, bool pruneStale,
 // the block changed again here meanwhile.
 void MacCloudSync::settlePush(const std::vector<MacDayBlock>& sent, const PushResult& pushed,
                               const IdSet& staleCandidates) {
-    std::vector<MacDayBlock> blocks = store_.blocks();
-    const auto live = indexByID(blocks);
-    const auto sentIndex = indexByID(sent);
-    const auto unchangedSinceSent = [&](const Uuid& id) {
-        const auto now = live.find(id);
-        const auto then = sentIndex.find(id);
-        return now != live.end() && then != sentIndex.end() && blocks[now->second] == sent[then->second];
+    std::unordered_map<Uuid, const MacDayBlock*> sentIndex;
+    for (const MacDayBlock& block : sent) sentIndex.emplace(block.id, &block);
+    const auto unchangedSinceSent = [&](const std::optional<MacDayBlock>& now) {
+        const auto then = sentIndex.find(now->id);
+        return then != sentIndex.end() && *now == *then->second;
     };
     IdSet clear, held = pushed.savedIDs;
     for (const Uuid& id : pushed.savedIDs) {
-        if (!live.contains(id) || unchangedSinceSent(id)) clear.insert(id);
+        const auto now = store_.block(id);
+        if (!now || unchangedSinceSent(now)) clear.insert(id);
     }
-    bool adopted = false;
+    std::vector<MacDayBlock> adopted;
     for (const CloudRecordEnvelope& envelope : pushed.newerOnServer) {
         held.insert(envelope.id);
         auto incoming = decodeBlock(envelope.payload);
-        if (!incoming || incoming->id != envelope.id || !unchangedSinceSent(envelope.id)) continue;
-        MacDayBlock& local = blocks[live.at(envelope.id)];
-        if (incoming->lastModified() < local.lastModified()) continue;
-        learnCategory(local, *incoming);
-        local = std::move(*incoming);
+        const auto local = store_.block(envelope.id);
+        if (!incoming || incoming->id != envelope.id || !local || !unchangedSinceSent(local)) continue;
+        if (incoming->lastModified() < local->lastModified()) continue;
+        learnCategory(*local, *incoming);
+        adopted.push_back(std::move(*incoming));
         clear.insert(envelope.id);
-        adopted = true;
     }
     for (const Uuid& id : staleCandidates) {
-        if (!live.contains(id)) clear.insert(id);
+        if (!store_.block(id)) clear.insert(id);
     }
-    if (adopted) store_.replaceBlocks(std::move(blocks));
+    if (!adopted.empty()) store_.putBlocks(adopted, {});
     if (!clear.empty()) state_.clearDirty(clear);
     if (!pushed.deletedIDs.empty()) state_.clearPendingDeletes(pushed.deletedIDs);
     state_.confirm(held, pushed.deletedIDs);
@@ -248,18 +239,20 @@ void MacCloudSync::settlePush(const std::vector<MacDayBlock>& sent, const PushRe
 // since; otherwise it never reached the server and goes up now.
 void MacCloudSync::reconcileWholeZone(const IdSet& held, const IdSet& confirmedBefore) {
     const IdSet dirty = state_.readIDs(state_.dirtyKey());
-    IdSet deletedElsewhere;
+    std::vector<std::pair<Uuid, Date>> deletedElsewhere;
     std::vector<Uuid> neverUploaded;
-    for (const MacDayBlock& block : store_.blocks()) {
-        if (held.contains(block.id) || dirty.contains(block.id)) continue;
-        if (confirmedBefore.contains(block.id)) deletedElsewhere.insert(block.id);
-        else neverUploaded.push_back(block.id);
-    }
+    store_.forEachBlock([&](const BlockList::Stored& block) {
+        if (held.contains(block.id()) || dirty.contains(block.id())) return;
+        if (confirmedBefore.contains(block.id())) deletedElsewhere.emplace_back(block.id(), block.lastModified());
+        else neverUploaded.push_back(block.id());
+    });
     if (!deletedElsewhere.empty()) {
-        std::vector<MacDayBlock> blocks = store_.blocks();
-        rememberRemoved(blocks, deletedElsewhere);
-        std::erase_if(blocks, [&](const MacDayBlock& block) { return deletedElsewhere.contains(block.id); });
-        store_.replaceBlocks(std::move(blocks));
+        // Remembered like a deletion made here, so that an older copy landing
+        // late (an upload given up on) is deleted again.
+        state_.rememberDeletions(deletedElsewhere);
+        std::vector<Uuid> ids;
+        for (const auto& [id, version] : deletedElsewhere) ids.push_back(id);
+        store_.putBlocks({}, ids);
     }
     if (!neverUploaded.empty()) state_.markDirty(neverUploaded);
     IdSet gone;
@@ -268,40 +261,41 @@ void MacCloudSync::reconcileWholeZone(const IdSet& held, const IdSet& confirmedB
     state_.confirm({}, gone);
 }
 
-// A deletion from elsewhere is remembered like one made here, so that an
-// older copy landing late (an upload given up on) is deleted again.
-void MacCloudSync::rememberRemoved(const std::vector<MacDayBlock>& blocks, const IdSet& removed) {
-    std::vector<std::pair<Uuid, Date>> versions;
-    for (const MacDayBlock& block : blocks) {
-        if (removed.contains(block.id)) versions.emplace_back(block.id, block.lastModified());
-    }
-    state_.rememberDeletions(versions);
-}
-
 void MacCloudSync::learnCategory(const MacDayBlock& local, const MacDayBlock& incoming) {
     if (incoming.title == local.title && incoming.category != local.category) {
         store_.rememberCategory(incoming.title, incoming.category);
     }
 }
 
+// Only the blocks the pull changes are touched: each is looked up by id, and
+// the store replaces, adds or removes just those.
 void MacCloudSync::applyPulled(const std::vector<CloudRecordEnvelope>& changed,
                                    const std::vector<Uuid>& deleted) {
     // Most pulls bring nothing: the blocks stay as they are, unsaved.
     if (changed.empty() && deleted.empty()) return;
     CloudSyncState& state = state_;
-    std::vector<MacDayBlock> merged = store_.blocks();
-    auto index = indexByID(merged);
     const IdSet pendingDeletes = state.readIDs(state.pendingDeleteKey());
+    const auto deletedHere = state.deletedVersions();
+    std::vector<MacDayBlock> merged;  // the blocks this pull changes, as it leaves them
+    std::unordered_map<Uuid, std::size_t> mergedIndex;
+    const auto current = [&](const Uuid& id) {
+        const auto found = mergedIndex.find(id);
+        return found != mergedIndex.end() ? std::optional(merged[found->second]) : store_.block(id);
+    };
+    const auto take = [&](MacDayBlock block) {
+        const auto [found, added] = mergedIndex.emplace(block.id, merged.size());
+        if (added) merged.push_back(std::move(block));
+        else merged[found->second] = std::move(block);
+    };
     std::vector<MacDayBlock> newerHere;
     std::vector<Uuid> deleteAgain;
-    const auto deletedHere = state.deletedVersions();
 
     for (const CloudRecordEnvelope& envelope : changed) {
         auto incoming = decodeBlock(envelope.payload);
         // A payload filed under another block's name is not that block's record.
         if (!incoming || incoming->id != envelope.id) continue;
-        const auto found = index.find(incoming->id);
-        if (found == index.end()) {
+        const auto local = current(incoming->id);
+        if (!local) {
             // Deleted here and not yet uploaded: the deletion is the newer intent.
             if (pendingDeletes.contains(incoming->id)) continue;
             // Deleted here, and back on the server unchanged since.
@@ -310,36 +304,33 @@ void MacCloudSync::applyPulled(const std::vector<CloudRecordEnvelope>& changed,
                 deleteAgain.push_back(incoming->id);
                 continue;
             }
-            index.emplace(incoming->id, merged.size());
-            merged.push_back(std::move(*incoming));
+            take(std::move(*incoming));
             continue;
         }
-        MacDayBlock& local = merged[found->second];
-        if (incoming->lastModified() < local.lastModified()) {
+        if (incoming->lastModified() < local->lastModified()) {
             // The server holds an older version (pushed over ours without a
             // pull): ours must go up again, or the devices stay different.
-            newerHere.push_back(local);
+            newerHere.push_back(*local);
             continue;
         }
-        if (incoming->lastModified() == local.lastModified()) continue;
-        learnCategory(local, *incoming);
-        local = std::move(*incoming);
+        if (incoming->lastModified() == local->lastModified()) continue;
+        learnCategory(*local, *incoming);
+        take(std::move(*incoming));
     }
 
     const IdSet dirty = state.readIDs(state.dirtyKey());
     IdSet removed;
+    std::vector<std::pair<Uuid, Date>> removedVersions;
     for (const Uuid& id : deleted) {
         // A local change not uploaded yet survives; the next push recreates it.
-        if (!dirty.contains(id) && index.contains(id)) removed.insert(id);
+        if (dirty.contains(id) || removed.contains(id)) continue;
+        if (const auto block = current(id)) {
+            removed.insert(id);
+            removedVersions.emplace_back(id, block->lastModified());
+        }
     }
-    if (!removed.empty()) {
-        rememberRemoved(merged, removed);
-        std::erase_if(merged, [&](const MacDayBlock& block) { return removed.contains(block.id); });
-    }
-    std::stable_sort(merged.begin(), merged.end(), [](const MacDayBlock& a, const MacDayBlock& b) {
-        return a.effectiveStart() < b.effectiveStart();
-    });
-    store_.replaceBlocks(std::move(merged));
+    if (!removedVersions.empty()) state_.rememberDeletions(removedVersions);
+    store_.putBlocks(merged, std::vector<Uuid>(removed.begin(), removed.end()));
     if (!newerHere.empty()) markBlocksDirty(newerHere);
     if (!deleteAgain.empty()) state.markDeleted(deleteAgain);
 }

@@ -47,6 +47,7 @@ public:
     bool isSyncing() const override { return isSyncing_; }
     void syncNow(std::function<void()> finished) override;
     void pushPending(std::vector<MacDayBlock> blocks, bool pruneStale, std::function<void()> finished) override;
+    void pushAllPending(std::function<void()> finished) override { pushPending(dirtyBlocks(), true, std::move(finished)); }
     void resetAvailability(std::function<void()> finished) override;
     void writeBookkeeping() override;
 
@@ -58,7 +59,6 @@ private:
     // the version that was sent, or that no longer has a block.
     void settlePush(const std::vector<MacDayBlock>& sent, const PushResult& pushed, const IdSet& staleCandidates);
     void reconcileWholeZone(const IdSet& held, const IdSet& confirmedBefore);
-    void rememberRemoved(const std::vector<MacDayBlock>& blocks, const IdSet& removed);
     // A recategorisation that won elsewhere teaches this device the override.
     void learnCategory(const MacDayBlock& local, const MacDayBlock& incoming);
     void forgetChangeToken();
@@ -71,6 +71,9 @@ private:
     CloudSyncEngine engine_;
     const bool hasCloud_;
     bool isSyncing_ = false;
+    // Pulls applied, and the one whose change token was saved last.
+    std::uint64_t pulls_ = 0;
+    std::uint64_t tokenPull_ = 0;
     Lifetime lifetime_;
 };
 

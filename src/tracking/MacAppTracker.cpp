@@ -219,7 +219,7 @@ void MacAppTracker::handleWillSleep() {
     const auto store = store_.lock();
     if (!store) return;
     store->saveNow();
-    if (!store->cloudSyncDisabled()) store->pushPending(store->blocks(), true);
+    if (!store->cloudSyncDisabled()) store->pushAllPending();
 }
 
 void MacAppTracker::setCurrentAppName(std::optional<std::string> name) {

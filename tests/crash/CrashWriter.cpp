@@ -41,9 +41,10 @@ std::mutex printing;
 class TimedFiles final : public ForwardingFiles {
 public:
     using ForwardingFiles::ForwardingFiles;
-    std::optional<std::string> writeFileAtomically(const std::string& path, std::string_view bytes) override {
+    std::optional<std::string> writeAtomically(const std::string& path,
+                                               const std::function<bool(FileWriter&)>& produce) override {
         const double start = steadySeconds();
-        auto failure = ForwardingFiles::writeFileAtomically(path, bytes);
+        auto failure = ForwardingFiles::writeAtomically(path, produce);
         if (!failure) {
             std::lock_guard lock(printing);
             std::printf("wrote %.6f %.6f\n", start, steadySeconds());

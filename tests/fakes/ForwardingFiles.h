@@ -15,8 +15,12 @@ public:
     FileRead readFile(const std::string& path) const override { return files_.readFile(path); }
     std::optional<FileStamp> stamp(const std::string& path) const override { return files_.stamp(path); }
     bool moveFile(const std::string& from, const std::string& to) override { return files_.moveFile(from, to); }
-    std::optional<std::string> writeFileAtomically(const std::string& path, std::string_view bytes) override {
-        return files_.writeFileAtomically(path, bytes);
+    std::unique_ptr<FileReader> openForReading(const std::string& path) const override {
+        return files_.openForReading(path);
+    }
+    std::optional<std::string> writeAtomically(const std::string& path,
+                                               const std::function<bool(FileWriter&)>& produce) override {
+        return files_.writeAtomically(path, produce);
     }
 
 private:

@@ -43,10 +43,38 @@ public:
         const auto version = versions.find(path);
         return FileStamp{found->second.size(), version == versions.end() ? 0 : version->second, 0};
     }
-    std::optional<std::string> writeFileAtomically(const std::string& path, std::string_view bytes) override {
+    std::unique_ptr<FileReader> openForReading(const std::string& path) const override {
+        class Reader final : public FileReader {
+        public:
+            Reader(std::string bytes, FileStamp stamp) : bytes_(std::move(bytes)), stamp_(stamp) {}
+            std::optional<FileStamp> stamp() const override { return stamp_; }
+            bool read(std::uint64_t offset, char* into, std::size_t length) override {
+                if (offset > bytes_.size() || length > bytes_.size() - offset) return false;
+                bytes_.copy(into, length, offset);
+                return true;
+            }
+
+        private:
+            std::string bytes_;
+            FileStamp stamp_;
+        };
+        const auto found = files.find(path);
+        if (found == files.end() || unreadable.contains(path)) return nullptr;
+        return std::make_unique<Reader>(found->second, *stamp(path));
+    }
+    std::optional<std::string> writeAtomically(const std::string& path,
+                                               const std::function<bool(FileWriter&)>& produce) override {
+        struct Text final : FileWriter {
+            std::string bytes;
+            bool write(std::string_view more) override {
+                bytes.append(more);
+                return true;
+            }
+        } text;
         ++writeCount;
         if (writeFailure) return writeFailure;
-        writeFromOutside(path, std::string(bytes));
+        if (!produce(text)) return "the text could not be made";
+        writeFromOutside(path, std::move(text.bytes));
         return std::nullopt;
     }
     bool moveFile(const std::string& from, const std::string& to) override {

@@ -49,7 +49,7 @@ protected:
         }
         idleClock.touch();
     }
-    const std::vector<MacDayBlock>& blocks() const { return sharedStore->blocks(); }
+    std::vector<MacDayBlock> blocks() const { return sharedStore->blocks(); }
 };
 
 }  // namespace plenda

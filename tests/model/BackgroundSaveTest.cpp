@@ -23,59 +23,102 @@ std::vector<MacDayBlock> oddBlocks(std::size_t count) {
     return blocks;
 }
 
-TEST(BlockFileText, JoinsToExactlyWhatEncodingTheWholeListGivesThroughEveryKindOfChange) {
-    auto blocks = oddBlocks(1300);
+// The store's way with its file: read it in pieces, then write each snapshot
+// over the file as last read or written.
+class FileText {
+public:
+    MemoryFiles files;
+    const std::string path = "/data/blocks.json";
     FileBlockList list;
+    std::optional<FileStamp> stamp;
+
+    void read(const std::string& text) {
+        files.writeFromOutside(path, text);
+        stamp = files.stamp(path);
+        std::size_t at = 0;
+        list.readInPieces([&](char* into, std::size_t room) {
+            const std::size_t n = text.copy(into, room, at);
+            at += n;
+            return n;
+        }, text.size());
+    }
+    BlockFileText::Written write(const BlockFileText::Snapshot& snapshot) {
+        auto written = snapshot.write(files, path, stamp);
+        if (!written.failure && !written.outsideWrite) {
+            stamp = files.stamp(path);
+            list.written(written.ranges);
+        }
+        return written;
+    }
+    const std::string& text() { return files.files[path]; }
+};
+
+TEST(BlockFileText, WritesExactlyWhatEncodingTheWholeListGivesThroughEveryKindOfChange) {
+    // Past a megabyte, so copies and writes go in several parts; as a file
+    // gives them back (-0 reads as 0).
+    const auto blocks = *decodeBlocks(*encodeBlocks(oddBlocks(6000)));
+    FileText file;
     const auto same = [&](const char* step) {
-        EXPECT_EQ(list.snapshot().join(), encodeBlocks(list.all())) << step;
+        const auto written = file.write(file.list.snapshot());
+        EXPECT_FALSE(written.failure || written.outsideWrite) << step;
+        EXPECT_TRUE(file.text() == encodeBlocks(file.list.all())) << step;
     };
     same("empty");
-    list.replaceFromFile(blocks, *encodeBlocks(blocks));
-    EXPECT_EQ(list.all(), blocks);
-    same("taken from the file");
-    // A file's own spacing stays in its pieces; blanks between them go.
-    const auto spaced = [](const std::vector<MacDayBlock>& some) {
-        std::vector<std::string> pieces;
-        for (const MacDayBlock& block : some) pieces.push_back("{ " + encodeBlock(block)->substr(1));
-        return pieces;
-    };
-    auto two = spaced({blocks[0], blocks[1]});
-    list.replaceFromFile({blocks[0], blocks[1]}, " [\n" + two[0] + " ,\n\t" + two[1] + " ]\n");
-    EXPECT_EQ(list.snapshot().join(), "[" + two[0] + "," + two[1] + "]");
-    // A title that looks like the end of one block and the start of the next
-    // cuts the text once too often: then every block is encoded.
+    file.read(*encodeBlocks(blocks));
+    EXPECT_TRUE(file.list.all() == blocks);
+    same("read from the file");
+
+    const auto before = file.list.snapshot();
+    const std::string beforeBytes = file.text();
+    file.list.update(700, [](MacDayBlock& block) { block.title = "Changed"; });
+    file.list.append(oddBlocks(9).back());
+    file.list.eraseId(blocks[5000].id);
+    file.list.eraseIf([](const BlockList::Stored& block) { return block.title() == "Xcode"; });
+    same("changed, added, erased across runs");
+    same("and written again from the new file");
+    file.files.writeFromOutside(file.path, beforeBytes);
+    file.stamp = file.files.stamp(file.path);
+    file.write(before);
+    EXPECT_TRUE(file.text() == beforeBytes) << "a snapshot never changes";
+
+    file.list.replace({});
+    same("replaced by nothing");
+    file.list.append(oddBlocks(1)[0]);
+    file.list.update(0, [](MacDayBlock& block) { block.weight = std::numeric_limits<double>::infinity(); });
+    const std::string kept = file.text();
+    EXPECT_TRUE(file.write(file.list.snapshot()).failure) << "a block JSON cannot hold makes the whole text fail";
+    EXPECT_EQ(file.text(), kept);
+    file.list.update(0, [](MacDayBlock& block) { block.weight = 1; });
+    same("and it is written again once it can be");
+}
+
+TEST(BlockFileText, UnchangedRunsAreCopiedFromTheFileAsTheyStandThere) {
+    const auto blocks = oddBlocks(1200);
+    std::string spaced = "[";
+    for (const MacDayBlock& block : blocks) spaced += (spaced.size() > 1 ? " ,\n " : "") + *encodeBlock(block);
+    FileText file;
+    file.read(spaced + "]");
+    file.list.update(1100, [](MacDayBlock& block) { block.weight = 7; });
+    file.write(file.list.snapshot());
+    EXPECT_EQ(decodeBlocks(file.text())->at(1100).weight, 7);
+    EXPECT_NE(file.text().find(" ,\n "), std::string::npos) << "the unchanged runs keep the file's own spacing";
+    EXPECT_EQ(file.text().find(" ,\n ", file.text().size() - 3 * 1024), std::string::npos)
+        << "the changed run is encoded afresh";
+
+    // A title that looks like the end of one block and the start of the
+    // next cuts the text once too often: no run is taken as it stands.
     auto tricky = oddBlocks(3);
     tricky[1].title = "x}, {\"id\":1}, {";
-    const auto pieces = spaced(tricky);
-    list.replaceFromFile(tricky, "[" + pieces[0] + "," + pieces[1] + "," + pieces[2] + "]");
-    same("a title with a false cut");
-    list.replaceFromFile(blocks, "[" + *encodeBlock(blocks[5]) + "]");
-    same("a text that does not fit");
+    file.read("[" + *encodeBlock(tricky[0]) + " ,  " + *encodeBlock(tricky[1]) + "," + *encodeBlock(tricky[2]) + "]");
+    file.write(file.list.snapshot());
+    EXPECT_EQ(file.text(), encodeBlocks(file.list.all()));
 
-    const auto before = list.snapshot();
-    const std::string beforeBytes = *before.join();
-    list.update(700, [](MacDayBlock& block) { block.title = "Changed"; });
-    list.append(oddBlocks(9).back());
-    same("one changed, one added");
-    EXPECT_EQ(*before.join(), beforeBytes) << "a snapshot never changes";
-    list.eraseIf([](const MacDayBlock& block) { return block.title == "Xcode"; });
-    same("erased across chunks");
-
-    auto next = list.all();
-    next.erase(next.begin() + 3);
-    std::swap(next[10], next[1000]);
-    next[600].weight = 42;
-    next.insert(next.begin() + 20, oddBlocks(2)[1]);
-    list.replace(next);
-    same("replaced: moved, changed, inserted");
-    list.replace({});
-    same("replaced by nothing");
-
-    list.append(oddBlocks(1)[0]);
-    list.update(0, [](MacDayBlock& block) { block.weight = std::numeric_limits<double>::infinity(); });
-    EXPECT_FALSE(list.snapshot().join()) << "a block JSON cannot hold makes the whole text fail";
-    list.update(0, [](MacDayBlock& block) { block.weight = 1; });
-    same("and it is written again once it can be");
+    // Written over in place since it was read: nothing is copied from it.
+    file.read(*encodeBlocks(blocks));
+    const auto snapshot = file.list.snapshot();
+    file.files.writeFromOutside(file.path, "[]");
+    EXPECT_TRUE(file.write(snapshot).outsideWrite);
+    EXPECT_EQ(file.text(), "[]");
 }
 
 // The writer's tasks wait until the test lets them run, so a write can be
@@ -149,6 +192,37 @@ TEST_F(BackgroundSave, SaveNowWritesAtOnceAndAWriteNotYetStartedIsDropped) {
     writer.release();
     EXPECT_EQ(files.writeCount, 1) << "the dropped write does nothing when its turn comes";
     EXPECT_TRUE(writer.held.empty());
+}
+
+// What a pull's change token waits for: the write that holds its blocks,
+// made on the writer like any other.
+TEST_F(BackgroundSave, SaveThenTellsWhenTheWriteHoldingTheChangesHasLanded) {
+    std::vector<bool> told;
+    const auto tell = [&](bool written) { told.push_back(written); };
+    store->saveThen(tell);
+    EXPECT_TRUE(told.empty()) << "the write is the writer's";
+    writer.release();
+    EXPECT_EQ(told, std::vector<bool>{true});
+    record("A");  // its debounced write is under way
+    record("B");
+    store->saveThen(tell);
+    writer.release();
+    EXPECT_EQ(told.size(), 1u) << "the write under way may have begun before B";
+    EXPECT_EQ(savedTitles(), Titles{"A"});
+    writer.release();
+    EXPECT_EQ(told, (std::vector<bool>{true, true}));
+    EXPECT_EQ(savedTitles(), (Titles{"A", "B"}));
+
+    files.writeFailure = "No space left on device";
+    store->saveThen(tell);
+    record("C");
+    EXPECT_TRUE(store->saveNow() == false && told.back() == false && told.size() == 3u)
+        << "a write taken over by saveNow tells its result";
+    files.writeFailure.reset();
+    files.unreadable.insert(blocksPath);
+    files.writeFromOutside(blocksPath, "[]");
+    store->saveThen(tell);
+    EXPECT_EQ(told, (std::vector<bool>{true, true, false, false})) << "a file that cannot be read is never written";
 }
 
 TEST_F(BackgroundSave, AnotherProgramsWriteJustBeforeTheWriteIsMergedNotOverwritten) {

@@ -208,15 +208,27 @@ TEST(BlockFilePieces, GiveWhatTheWholeFileGivesOrDeferToIt) {
             SCOPED_TRACE(text.substr(0, 30) + " in pieces of " + std::to_string(piece));
             std::size_t at = 0;
             std::vector<MacDayBlock> taken;
+            std::size_t placed = 0;
             const bool read = readBlocksInPieces(
                 [&](char* into, std::size_t room) {
                     const std::size_t n = text.copy(into, std::min<std::size_t>(room, 7), at);
                     at += n;
                     return n;
                 },
-                [&](MacDayBlock&& block) { taken.push_back(std::move(block)); }, piece);
+                [&](MacDayBlock&& block, std::optional<ByteRange> range) {
+                    // Where a block's text is said to lie, it lies.
+                    if (range) {
+                        ++placed;
+                        EXPECT_EQ(decodeBlock(text.substr(range->offset, range->length)), block);
+                    }
+                    taken.push_back(std::move(block));
+                },
+                piece);
             if (read || plainFile) {
                 EXPECT_EQ(std::optional(taken), decodeBlocks(text));
+            }
+            if (plainFile) {
+                EXPECT_EQ(placed, taken.size());
             }
         }
     }

@@ -126,7 +126,7 @@ TEST_P(Convergence, TwoDevicesEndEqualWithEveryNewestEditAndNoDeletionUndone) {
         if (round % 30 == 29) server.compactTombstones(dayBlocksZoneID());
         if (round == 40 || round == 80) server.deleteZone(dayBlocksZoneID(), round == 40);
         // Sleep: everything pending goes up, without a pull first.
-        if (chance(4)) anyDevice().store->pushPending(anyDevice().store->blocks(), true);
+        if (chance(4)) anyDevice().store->pushAllPending();
         for (int i = 0; i < 2; ++i) {
             anyDevice().store->syncNow();
             scheduler.advance(5);

@@ -79,10 +79,7 @@ protected:
         if (found == records.end()) return std::nullopt;
         return decodeBlock(std::get<Data>(found->second.fields.at("payload")).bytes);
     }
-    std::optional<MacDayBlock> localBlock(const Uuid& id) const {
-        const auto found = std::ranges::find(store->blocks(), id, &MacDayBlock::id);
-        return found == store->blocks().end() ? std::nullopt : std::optional(*found);
-    }
+    std::optional<MacDayBlock> localBlock(const Uuid& id) const { return store->block(id); }
     // No block twice, and the file on disk decodes to what the store holds.
     void expectSoundStore() {
         std::set<Uuid> ids;

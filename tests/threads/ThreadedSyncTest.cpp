@@ -186,13 +186,15 @@ TEST_F(ThreadedTest, BackgroundSaveBesideEditsAndSaveNowAfterIt) {
     class HeldFiles final : public ForwardingFiles {
     public:
         using ForwardingFiles::ForwardingFiles;
-        std::optional<std::string> writeFileAtomically(const std::string& path, std::string_view bytes) override {
+        std::optional<std::string> writeAtomically(const std::string& path,
+                                                   const std::function<bool(FileWriter&)>& produce) override {
             if (written.empty()) {
                 started = true;
                 while (!proceed) std::this_thread::yield();
             }
-            written.emplace_back(bytes);
-            return ForwardingFiles::writeFileAtomically(path, bytes);
+            auto failure = ForwardingFiles::writeAtomically(path, produce);
+            written.push_back(readFile(path).bytes);
+            return failure;
         }
         std::atomic<bool> started{false}, proceed{false};
         std::vector<std::string> written;

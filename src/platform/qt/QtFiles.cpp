@@ -6,7 +6,9 @@
 #include <QSaveFile>
 #include <QStandardPaths>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace plenda {
 
@@ -17,6 +19,55 @@ QString qpath(const std::string& path) { return QString::fromStdString(path); }
 constexpr QFileDevice::Permissions userOnlyFile = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
 constexpr QFileDevice::Permissions userOnlyFolder =
     QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner;
+
+// An atomic replace gives the file a new inode even when size and time match.
+FileStamp stampOf(const struct stat& status) {
+#ifdef __APPLE__
+    const timespec modified = status.st_mtimespec;
+#else
+    const timespec modified = status.st_mtim;
+#endif
+    return FileStamp{
+        .size = static_cast<std::uint64_t>(status.st_size),
+        .modifiedNanoseconds = std::int64_t(modified.tv_sec) * 1'000'000'000 + modified.tv_nsec,
+        .fileId = static_cast<std::uint64_t>(status.st_ino) ^ (static_cast<std::uint64_t>(status.st_dev) << 40),
+    };
+}
+
+class DescriptorReader final : public FileReader {
+public:
+    explicit DescriptorReader(int descriptor) : descriptor_(descriptor) {}
+    ~DescriptorReader() override { ::close(descriptor_); }
+    std::optional<FileStamp> stamp() const override {
+        struct stat status {};
+        if (::fstat(descriptor_, &status) != 0) return std::nullopt;
+        return stampOf(status);
+    }
+    bool read(std::uint64_t offset, char* into, std::size_t length) override {
+        while (length > 0) {
+            const ssize_t got = ::pread(descriptor_, into, length, off_t(offset));
+            if (got <= 0) return false;
+            into += got;
+            offset += std::uint64_t(got);
+            length -= std::size_t(got);
+        }
+        return true;
+    }
+
+private:
+    int descriptor_;
+};
+
+class SaveFileWriter final : public FileWriter {
+public:
+    explicit SaveFileWriter(QSaveFile& file) : file_(file) {}
+    bool write(std::string_view bytes) override {
+        return file_.write(bytes.data(), qint64(bytes.size())) == qint64(bytes.size());
+    }
+
+private:
+    QSaveFile& file_;
+};
 
 }  // namespace
 
@@ -63,29 +114,33 @@ FileRead QtFiles::readFile(const std::string& path) const {
 std::optional<FileStamp> QtFiles::stamp(const std::string& path) const {
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0) return std::nullopt;
-#ifdef __APPLE__
-    const timespec modified = status.st_mtimespec;
-#else
-    const timespec modified = status.st_mtim;
-#endif
-    // An atomic replace gives the file a new inode even when size and time match.
-    return FileStamp{
-        .size = static_cast<std::uint64_t>(status.st_size),
-        .modifiedNanoseconds = std::int64_t(modified.tv_sec) * 1'000'000'000 + modified.tv_nsec,
-        .fileId = static_cast<std::uint64_t>(status.st_ino) ^ (static_cast<std::uint64_t>(status.st_dev) << 40),
-    };
+    return stampOf(status);
 }
 
-std::optional<std::string> QtFiles::writeFileAtomically(const std::string& path, std::string_view bytes) {
+std::unique_ptr<FileReader> QtFiles::openForReading(const std::string& path) const {
+    // Without waiting for a FIFO's writer; only a regular file is read.
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (descriptor < 0) return nullptr;
+    struct stat status {};
+    if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
+        ::close(descriptor);
+        return nullptr;
+    }
+    return std::make_unique<DescriptorReader>(descriptor);
+}
+
+std::optional<std::string> QtFiles::writeAtomically(const std::string& path,
+                                                    const std::function<bool(FileWriter&)>& produce) {
     QSaveFile file(qpath(path));
     // Unbuffered: a buffered write that fails while the buffer is flushed on
     // commit is not seen by QSaveFile, which would then put the cut-off
     // temporary file in place of the old one (a full disk did exactly that).
     if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) return file.errorString().toStdString();
     file.setPermissions(userOnlyFile);
-    const qint64 size = static_cast<qint64>(bytes.size());
-    if (file.write(bytes.data(), size) != size) {
-        const std::string error = file.errorString().toStdString();
+    SaveFileWriter writer(file);
+    if (!produce(writer)) {
+        const std::string error = file.error() != QFileDevice::NoError ? file.errorString().toStdString()
+                                                                         : "the text could not be made";
         file.cancelWriting();
         return error;
     }

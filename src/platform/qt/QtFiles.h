@@ -16,7 +16,9 @@ public:
     bool createDirectories(const std::string& path) override;
     FileRead readFile(const std::string& path) const override;
     std::optional<FileStamp> stamp(const std::string& path) const override;
-    std::optional<std::string> writeFileAtomically(const std::string& path, std::string_view bytes) override;
+    std::unique_ptr<FileReader> openForReading(const std::string& path) const override;
+    std::optional<std::string> writeAtomically(const std::string& path,
+                                               const std::function<bool(FileWriter&)>& produce) override;
     bool moveFile(const std::string& from, const std::string& to) override;
 
 private:
