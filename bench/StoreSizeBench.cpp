@@ -36,6 +36,7 @@ struct SizedStore {
     KeyStringTable strings;
     std::ostringstream output;
     std::unique_ptr<MacActivityStore> store;
+    std::vector<Uuid> ids;  // in time order
 
     explicit SizedStore(std::size_t n) : size(n), scheduler(firstDay + double(n / 100 + 1) * 86400.0) {
         files.supportDirectory.reset();
@@ -43,7 +44,9 @@ struct SizedStore {
         store = std::make_unique<MacActivityStore>(MacActivityStore::Dependencies{
             scheduler, scheduler, calendar, defaults, files, strings, false, &Uuid::random, output,
             MacCloudSync::factory({defaults, scheduler, nullptr, nullptr, nullptr, output})});
-        store->replaceBlocks(syntheticBlocks(n, firstDay));
+        const auto blocks = syntheticBlocks(n, firstDay);
+        for (const MacDayBlock& block : blocks) ids.push_back(block.id);
+        store->putBlocks(blocks, {});
         settle();
     }
     // Runs the posted uploads and empties the dirty set, as uploads keep it small in real use.
@@ -77,7 +80,7 @@ void timeEach(benchmark::State& state, SizedStore& s, Work work) {
         state.SetIterationTime(std::chrono::duration<double>(took).count());
         s.settle();
     }
-    state.counters["blocks"] = double(s.store->blocks().size());
+    state.counters["blocks"] = double(s.store->blockCount());
 }
 
 // Sessions of four apps, two of three continuing the one before (a merge),
@@ -92,28 +95,11 @@ void recordSession(benchmark::State& state, std::size_t size) {
     });
 }
 
-// The first session after the whole list was replaced (as loading and every
-// sync merge do) must not wait for the list to grow.
-void sessionAfterReplace(benchmark::State& state, std::size_t size) {
-    SizedStore& s = storeOf(size);
-    Date start = s.scheduler.now() + 86400.0;
-    timeEach(state, s, [&](int) {
-        const auto began = std::chrono::steady_clock::now();
-        s.store->replaceBlocks(std::vector<MacDayBlock>(s.store->blocks()));
-        s.settle();
-        const auto replaced = std::chrono::steady_clock::now() - began;
-        s.store->recordSession("Xcode", MacBlockCategory::work, start, start + 120, std::nullopt);
-        start = start + 400;
-        return replaced;
-    });
-}
-
 // Another version of one of the day's latest blocks, as sync and edits bring.
 void upsertRecent(benchmark::State& state, std::size_t size) {
     SizedStore& s = storeOf(size);
     timeEach(state, s, [&](int i) {
-        const auto& blocks = s.store->blocks();
-        MacDayBlock block = blocks[blocks.size() - 1 - std::size_t(i * 7) % 50];
+        MacDayBlock block = *s.store->block(s.ids[s.ids.size() - 1 - std::size_t(i * 7) % 50]);
         block.weight += 1;
         s.store->upsert(std::move(block));
     });
@@ -122,8 +108,8 @@ void upsertRecent(benchmark::State& state, std::size_t size) {
 // The oldest block changed: it still moves to the end of the list, past every other.
 void upsertOldest(benchmark::State& state, std::size_t size) {
     SizedStore& s = storeOf(size);
-    timeEach(state, s, [&](int) {
-        MacDayBlock block = s.store->blocks().front();
+    timeEach(state, s, [&](int i) {
+        MacDayBlock block = *s.store->block(s.ids[std::size_t(i) % (s.ids.size() / 2)]);
         block.weight += 1;
         s.store->upsert(std::move(block));
     });
@@ -147,12 +133,10 @@ const bool registered = [] {
         const std::pair<const char*, Run> kinds[] = {{"recordSession", recordSession},
                                                      {"upsertRecent", upsertRecent},
                                                      {"upsertOldest", upsertOldest},
-                                                     {"sessionAfterReplace", sessionAfterReplace},
                                                      {"blocksOnDayAndTodayMinutes", dayQueries}};
         for (auto [name, run] : kinds) {
             auto* bench = benchmark::RegisterBenchmark((name + n).c_str(), run, size);
             bench->UseManualTime()->Unit(benchmark::kMicrosecond);
-            if (run == sessionAfterReplace) bench->Iterations(3);  // each replaces every block
         }
     }
     return true;
