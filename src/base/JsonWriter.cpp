@@ -2,6 +2,7 @@
 
 #include "base/NumberText.h"
 
+#include <array>
 #include <cmath>
 
 namespace plenda {
@@ -9,6 +10,14 @@ namespace plenda {
 namespace {
 
 constexpr std::string_view replacementCharacter = "\xEF\xBF\xBD";
+
+// The bytes a JSON text takes as they are: not a control character, a quote,
+// a backslash or part of a multi-byte sequence (which is checked).
+constexpr auto plainBytes = [] {
+    std::array<bool, 256> plain{};
+    for (int c = 0x20; c < 0x80; ++c) plain[std::size_t(c)] = c != '"' && c != '\\';
+    return plain;
+}();
 
 // Length of the well-formed UTF-8 sequence at the start of `text`, 0 if there is none.
 std::size_t utf8SequenceLength(std::string_view text) {
@@ -73,11 +82,7 @@ void JsonWriter::string(std::string_view value) {
     for (std::size_t i = 0; i < value.size();) {
         // A run that needs no escaping goes in at once.
         std::size_t plain = i;
-        while (plain < value.size()) {
-            const auto u = static_cast<unsigned char>(value[plain]);
-            if (u < 0x20 || u >= 0x80 || u == '"' || u == '\\') break;
-            ++plain;
-        }
+        while (plain < value.size() && plainBytes[static_cast<unsigned char>(value[plain])]) ++plain;
         text_.append(value.data() + i, plain - i);
         if ((i = plain) == value.size()) break;
         const char c = value[i];
