@@ -48,6 +48,7 @@ public:
             limit(std::string("saveMainThread/") + size, 0.002);
             ratio(std::string("saveWallTime/") + size, std::string("rawWriteOf/") + size, 2);
         }
+        ratio("sessionInAll/365000", "rawWriteCpuOf/365000", 2);
         limit("BM_DayWindowRedraw/720/560", 0.016);
         limit("BM_DayWindowRedraw/1200/900", 0.016);
         limit("writeIdSet365k", 0.050);

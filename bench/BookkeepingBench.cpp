@@ -26,18 +26,19 @@ namespace {
 constexpr std::size_t tenYears = 365000;
 const Date firstDay(694224000.0);  // 2023-01-01 UTC
 
-// One more confirmed id among 365,000, converted and written as the worker does it.
+// One more dirty id among 365,000 (every block of ten years waiting for its
+// first upload), converted and written to the settings file as the worker does it.
 void writeIdSet365k(benchmark::State& state) {
     QTemporaryDir folder;
     std::ostringstream output;
     auto defaults = QtDefaults::openFile(folder.filePath("Plenda.json"), output, 3600);
     CloudSyncState sync(*defaults);
-    IdSet ids;
-    for (std::size_t i = 0; i < tenYears; ++i) ids.insert(Uuid::random());
-    sync.confirm(ids, {});
+    std::vector<Uuid> ids;
+    for (std::size_t i = 0; i < tenYears; ++i) ids.push_back(Uuid::random());
+    sync.markDirty(ids);
     defaults->synchronize();
     for (auto _ : state) {
-        sync.confirm({Uuid::random()}, {});
+        sync.markDirty({Uuid::random()});
         defaults->synchronize();
     }
     state.counters["fileBytes"] = double(QFileInfo(folder.filePath("Plenda.json")).size());
@@ -57,7 +58,7 @@ void idleSyncTick(benchmark::State& state, std::size_t count, bool cloud) {
     const auto make = [&] {
         return std::make_unique<MacActivityStore>(MacActivityStore::Dependencies{
             scheduler, scheduler, calendar, defaults, files, strings, false, &Uuid::random, output,
-            MacCloudSync::factory({defaults, scheduler, cloud ? &server : nullptr, nullptr, nullptr, output})});
+            MacCloudSync::factory({defaults, scheduler, cloud ? &server : nullptr, nullptr, nullptr, output, &files})});
     };
     defaults.setBool(MacActivityStore::didSplitKey, true);
     auto store = make();

@@ -1,7 +1,7 @@
 // The debounced save at 100,000, 365,000 and 1,000,000 generated blocks: how
 // long the main thread is held per save (taking the snapshot, and taking the
 // result back) and the save's whole wall time, against a raw write of the
-// same bytes.
+// same bytes; and the processor time a session costs in all at 365,000.
 #include "SyntheticBlocks.h"
 
 #include "fakes/KeyStringTable.h"
@@ -10,13 +10,17 @@
 #include "model/MacActivityStore.h"
 #include "model/MacDayBlockJson.h"
 #include "platform/IcuCalendar.h"
+#include "platform/qt/QtDefaults.h"
 #include "platform/qt/QtFiles.h"
+#include "platform/standin/SqliteCloudDatabase.h"
+#include "sync/MacCloudSync.h"
 
 #include <QTemporaryDir>
 #include <benchmark/benchmark.h>
 
 #include <chrono>
 #include <cstdio>
+#include <ctime>
 #include <memory>
 #include <sstream>
 
@@ -75,6 +79,12 @@ SaveEnvironment& environment(std::size_t count) {
     return *shared;
 }
 
+double processSeconds() {
+    timespec now{};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+    return double(now.tv_sec) + double(now.tv_nsec) * 1e-9;
+}
+
 double since(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
@@ -119,6 +129,86 @@ void debouncedSave(benchmark::State& state, bool mainThread) {
 void saveMainThread(benchmark::State& state) { debouncedSave(state, true); }
 void saveWallTime(benchmark::State& state) { debouncedSave(state, false); }
 
+// The processor time of writing the file's bytes as they are: the floor a
+// save that writes the file whole cannot go under.
+void rawWriteCpuOf(benchmark::State& state) {
+    SaveEnvironment& env = environment(static_cast<std::size_t>(state.range(0)));
+    const std::string path = env.path + ".raw";
+    for (auto _ : state) {
+        const double start = processSeconds();
+        std::FILE* file = std::fopen(path.c_str(), "wb");
+        std::fwrite(env.bytes.data(), 1, env.bytes.size(), file);
+        std::fclose(file);
+        state.SetIterationTime(processSeconds() - start);
+    }
+}
+
+// The cloud in memory, with the processor time it spends as the server (not
+// in what this program does with its answers) counted apart.
+class ServerTimed final : public CloudDatabase {
+public:
+    explicit ServerTimed(CloudDatabase& inner) : inner_(inner) {}
+    double seconds = 0;
+
+    void accountStatus(std::function<void(CloudResult<CloudAccountStatus>)> completion) override {
+        inner_.accountStatus(timed(std::move(completion)));
+    }
+    void saveZone(const CloudZoneID& zone, std::function<void(std::optional<CloudError>)> completion) override {
+        inner_.saveZone(zone, timed(std::move(completion)));
+    }
+    void fetchZoneChanges(const CloudZoneID& zone, CloudChangeTokenPtr token,
+                          std::function<void(CloudResult<CloudZoneChanges>)> completion) override {
+        inner_.fetchZoneChanges(zone, std::move(token), timed(std::move(completion)));
+    }
+    void modifyRecords(std::vector<CloudRecord> saving, std::vector<CloudRecordID> deleting, CloudSavePolicy policy,
+                       bool atomically, std::function<void(CloudResult<CloudModifyResults>)> completion) override {
+        inner_.modifyRecords(std::move(saving), std::move(deleting), policy, atomically, timed(std::move(completion)));
+    }
+
+private:
+    // From the request to its answer, which the server gives on the calling thread.
+    template <typename Result>
+    std::function<void(Result)> timed(std::function<void(Result)> completion) {
+        return [this, start = processSeconds(), completion = std::move(completion)](Result result) {
+            seconds += processSeconds() - start;
+            completion(std::move(result));
+        };
+    }
+    CloudDatabase& inner_;
+};
+
+// One session with everything it causes, as a synced store on this
+// platform's settings file does it: recording, marking it dirty, the upload
+// and what comes of it, the bookkeeping written and the save, all on this
+// thread; timed in processor seconds of the whole process, less the cloud's own.
+void sessionInAll(benchmark::State& state) {
+    SaveEnvironment& env = environment(static_cast<std::size_t>(state.range(0)));
+    QTemporaryDir settings;
+    std::ostringstream output;
+    const auto defaults = QtDefaults::openFile(settings.filePath("Plenda.json"), output, 3600);
+    defaults->setBool("didSplitMidnightSpanningBlocks", true);
+    SqliteCloudDatabase server({.clock = &env.scheduler});
+    ServerTimed cloud(server);
+    MacActivityStore store({env.scheduler, env.scheduler, env.calendar, *defaults, env.files, env.strings, false,
+                            &Uuid::random, output,
+                            MacCloudSync::factory({*defaults, env.scheduler, &cloud, nullptr, nullptr, output, &env.files})});
+    store.syncNow();  // the zone, and every block goes up: the cloud holds them all
+    while (store.sync()->hasPendingChanges()) env.scheduler.advance(10);
+    env.scheduler.advance(5);
+    defaults->synchronize();
+    const char* titles[] = {"Xcode", "Safari", "Code · api", "Slack"};
+    int i = 0;
+    for (auto _ : state) {
+        const double start = processSeconds(), serverBefore = cloud.seconds;
+        const Date now = env.scheduler.now();
+        store.recordSession(titles[i++ % 4], MacBlockCategory::work, now, now + 120, std::nullopt);
+        env.scheduler.advance(MacActivityStore::saveDelay + CloudSyncState::writeDelay + 0.1);
+        defaults->synchronize();
+        state.SetIterationTime(processSeconds() - start - (cloud.seconds - serverBefore));
+        if (store.hasPendingSave() || store.sync()->hasPendingChanges()) state.SkipWithError("the session is not settled");
+    }
+}
+
 // Size by size, so each store is made once.
 const bool registered = [] {
     for (const int size : {100000, 365000, 1000000}) {
@@ -129,6 +219,11 @@ const bool registered = [] {
         for (const auto function : {saveMainThread, saveWallTime}) {
             benchmark::RegisterBenchmark(function == saveMainThread ? "saveMainThread" : "saveWallTime", function)
                 ->Arg(size)->UseManualTime()->Iterations(saves)->Unit(benchmark::kMillisecond);
+        }
+        if (size == 365000) {
+            benchmark::RegisterBenchmark("rawWriteCpuOf", rawWriteCpuOf)->Arg(size)->UseManualTime()->Unit(benchmark::kMillisecond);
+            benchmark::RegisterBenchmark("sessionInAll", sessionInAll)
+                ->Arg(size)->UseManualTime()->Iterations(24)->Unit(benchmark::kMillisecond);
         }
     }
     return true;

@@ -165,7 +165,7 @@ int PlendaMacApp::run() {
         *clock_, *scheduler_, *calendar_, *defaults_, *files_, *strings_,
         syncOff, &Uuid::random, std::cout,
         MacCloudSync::factory({*defaults_, *scheduler_, services_.cloudDatabase.get(), services_.systemLog.get(),
-                               services_.changeTokenArchive.get(), std::cout}),
+                               services_.changeTokenArchive.get(), std::cout, files_.get()}),
         categoryOverrideWriter(*defaults_)});
     tracker_ = std::make_shared<MacAppTracker>(trackerDependencies(services_, *clock_, *scheduler_, *defaults_, std::cout));
 

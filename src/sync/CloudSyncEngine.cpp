@@ -54,6 +54,8 @@ struct CloudSyncEngine::PushRun {
     std::vector<CloudRecordID> deleting;
     std::size_t nextSave = 0;
     std::size_t nextDelete = 0;
+    // Gathered in the order the answers come, made into sets at the end.
+    std::vector<Uuid> saved, deleted;
     PushResult result;
     std::function<void(CloudResult<PushResult>)> completion;
 };
@@ -324,6 +326,8 @@ void CloudSyncEngine::sendBatch(std::shared_ptr<PushRun> run) {
     const std::size_t savesLeft = run->saving.size() - run->nextSave;
     const std::size_t deletesLeft = run->deleting.size() - run->nextDelete;
     if (savesLeft == 0 && deletesLeft == 0) {
+        run->result.savedIDs = IdSet(run->saved.begin(), run->saved.end());
+        run->result.deletedIDs = IdSet(run->deleted.begin(), run->deleted.end());
         syncLog("Push: " + std::to_string(run->result.savedIDs.size()) + "/" + std::to_string(run->givenSaves) +
                 " saved, " + std::to_string(run->result.deletedIDs.size()) + "/" +
                 std::to_string(run->deleting.size()) + " deleted");
@@ -371,7 +375,7 @@ void CloudSyncEngine::batchArrived(std::shared_ptr<PushRun> run, CloudResult<Clo
         const auto id = Uuid::parse(recordID.recordName);
         if (!id) continue;
         if (saved.ok()) {
-            run->result.savedIDs.insert(*id);
+            run->saved.push_back(*id);
             rememberChangeTag(*id, saved.value().changeTag);
         } else if (!settleRefusal(*run, *id, saved.error())) {
             syncLog("Save rejected for " + id->string() + ": " + saved.error().description);
@@ -382,7 +386,7 @@ void CloudSyncEngine::batchArrived(std::shared_ptr<PushRun> run, CloudResult<Clo
         if (!id) continue;
         // A record the server never had is as deleted as can be.
         if (!error || error->isCloudKit(CloudErrorCode::unknownItem)) {
-            run->result.deletedIDs.insert(*id);
+            run->deleted.push_back(*id);
             changeTags_.erase(*id);
         }
     }

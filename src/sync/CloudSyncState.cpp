@@ -3,6 +3,8 @@
 #include "platform/OpaqueChangeToken.h"
 
 #include <algorithm>
+#include <array>
+#include <cstring>
 
 namespace plenda {
 
@@ -13,25 +15,26 @@ const OpaqueChangeTokenArchive opaqueArchive;
 namespace {
 
 IdSet parseIDs(const std::optional<std::vector<std::string>>& strings) {
-    IdSet ids;
-    if (!strings) return ids;
+    std::vector<Uuid> ids;
+    if (!strings) return {};
     for (const std::string& text : *strings) {
-        if (auto id = Uuid::parse(text)) ids.insert(*id);
+        if (auto id = Uuid::parse(text)) ids.push_back(*id);
     }
-    return ids;
+    return IdSet(ids.begin(), ids.end());
 }
 
 }  // namespace
 
 CloudSyncState::CloudSyncState(Defaults& defaults, std::string prefix, const ChangeTokenArchive* archive,
-                               Scheduler* scheduler)
+                               Scheduler* scheduler, std::optional<ConfirmedFile> confirmedFile)
     : defaults_(defaults),
       prefix_(std::move(prefix)),
       archive_(archive ? *archive : opaqueArchive),
       scheduler_(scheduler),
+      confirmedFile_(std::move(confirmedFile)),
       dirty_(load(dirtyKey())),
       pending_(load(pendingDeleteKey())),
-      confirmed_(load(confirmedKey())) {}
+      confirmed_(loadConfirmed()) {}
 
 CloudSyncState::~CloudSyncState() { writePending(); }
 
@@ -45,14 +48,55 @@ IdSet& CloudSyncState::StoredSet::edit() {
     return *ids;
 }
 
+// The file holds the header, then each id's 16 bytes in order. One that
+// cannot be read or is not of that form is left as it is and not written
+// this run: without confirmations every block the cloud lacks goes up again,
+// which loses nothing.
+CloudSyncState::StoredSet CloudSyncState::loadConfirmed() {
+    StoredSet set{confirmedKey(), std::make_shared<IdSet>()};
+    if (!confirmedFile_) return set;
+    const FileRead file = confirmedFile_->files.readFile(confirmedFile_->path);
+    if (file.status == FileRead::Status::missing) {
+        // Moved from where an earlier version kept them, once they are in the file.
+        if (defaults_.object(set.key)) {
+            *set.ids = parseIDs(defaults_.stringArray(set.key));
+            write(set.key, *set.ids);
+            if (confirmedFile_->files.stamp(confirmedFile_->path)) defaults_.remove(set.key);
+        }
+        return set;
+    }
+    const std::string_view bytes(file.bytes);
+    if (file.status != FileRead::Status::ok || !bytes.starts_with(confirmedFileHeader) ||
+        (bytes.size() - confirmedFileHeader.size()) % sizeof(Uuid) != 0) {
+        confirmedFile_.reset();
+        return set;
+    }
+    std::vector<Uuid> ids((bytes.size() - confirmedFileHeader.size()) / sizeof(Uuid));
+    std::memcpy(ids.data(), bytes.data() + confirmedFileHeader.size(), ids.size() * sizeof(Uuid));
+    *set.ids = IdSet(ids.begin(), ids.end());
+    return set;
+}
+
+// The confirmed ids to their file, the others to the settings.
+void CloudSyncState::write(const std::string& key, const IdSet& ids) {
+    if (key == confirmedKey()) {
+        if (!confirmedFile_) return;
+        std::string bytes(confirmedFileHeader);
+        bytes.append(reinterpret_cast<const char*>(ids.data()), ids.size() * sizeof(Uuid));
+        confirmedFile_->files.writeFileAtomically(confirmedFile_->path, bytes);
+        return;
+    }
+    DefaultsValue::Array array;
+    array.reserve(ids.size());
+    for (const Uuid& id : ids) array.emplace_back(id.string());
+    defaults_.set(key, std::move(array));
+}
+
 void CloudSyncState::changed(StoredSet& set) {
     set.changed = true;
     if (!scheduler_) {
         // Nothing to gather the writes: written at once, under the lock.
-        DefaultsValue::Array array;
-        array.reserve(set.ids->size());
-        for (const Uuid& id : *set.ids) array.emplace_back(id.string());
-        defaults_.set(set.key, std::move(array));
+        write(set.key, *set.ids);
         set.changed = false;
         return;
     }
@@ -81,17 +125,12 @@ void CloudSyncState::writePending() {
             snapshots.emplace_back(set->key, set->ids);
         }
     }
-    for (const auto& [key, ids] : snapshots) {
-        DefaultsValue::Array array;
-        array.reserve(ids->size());
-        for (const Uuid& id : *ids) array.emplace_back(id.string());
-        defaults_.set(key, std::move(array));
-    }
+    for (const auto& [key, ids] : snapshots) write(key, *ids);
 }
 
 IdSet CloudSyncState::readIDs(std::string_view key) const {
     std::lock_guard guard(lock_);
-    for (const StoredSet* set : {&dirty_, &pending_, &confirmed_}) {
+    for (const StoredSet* set : {&dirty_, &pending_}) {
         if (set->key == key) return *set->ids;
     }
     return parseIDs(defaults_.stringArray(key));
@@ -114,56 +153,50 @@ void CloudSyncState::writeDirtyIDs(const IdSet& ids) {
     changed(dirty_);
 }
 
+// Sets change a whole batch at a time: one pass over each, whatever their size.
+void CloudSyncState::add(StoredSet& set, const IdSet& ids) {
+    if (std::all_of(ids.begin(), ids.end(), [&](const Uuid& id) { return set.ids->contains(id); })) return;
+    set.edit().insertAll(ids);
+    changed(set);
+}
+
+void CloudSyncState::remove(StoredSet& set, const IdSet& ids) {
+    if (std::none_of(ids.begin(), ids.end(), [&](const Uuid& id) { return set.ids->contains(id); })) return;
+    set.edit().eraseAll(ids);
+    changed(set);
+}
+
 void CloudSyncState::markDirty(const std::vector<Uuid>& ids) {
+    const IdSet marked(ids.begin(), ids.end());
     std::lock_guard guard(lock_);
-    bool dirtyChanged = false, pendingChanged = false;
-    for (const Uuid& id : ids) {
-        if (!dirty_.ids->contains(id)) dirtyChanged = dirty_.edit().insert(id).second;
-        if (pending_.ids->contains(id)) pendingChanged = pending_.edit().erase(id) > 0;
-    }
-    if (dirtyChanged) changed(dirty_);
-    if (pendingChanged) changed(pending_);
+    add(dirty_, marked);
+    remove(pending_, marked);
 }
 
 void CloudSyncState::markDeleted(const std::vector<Uuid>& ids) {
+    const IdSet marked(ids.begin(), ids.end());
     std::lock_guard guard(lock_);
-    bool dirtyChanged = false, pendingChanged = false;
-    for (const Uuid& id : ids) {
-        if (!pending_.ids->contains(id)) pendingChanged = pending_.edit().insert(id).second;
-        if (dirty_.ids->contains(id)) dirtyChanged = dirty_.edit().erase(id) > 0;
-    }
-    if (dirtyChanged) changed(dirty_);
-    if (pendingChanged) changed(pending_);
+    add(pending_, marked);
+    remove(dirty_, marked);
 }
 
 void CloudSyncState::clearDirty(const IdSet& ids) {
     std::lock_guard guard(lock_);
-    bool any = false;
-    for (const Uuid& id : ids) {
-        if (dirty_.ids->contains(id)) any = dirty_.edit().erase(id) > 0;
-    }
-    if (any) changed(dirty_);
+    remove(dirty_, ids);
 }
 
 void CloudSyncState::clearPendingDeletes(const IdSet& ids) {
     std::lock_guard guard(lock_);
-    bool any = false;
-    for (const Uuid& id : ids) {
-        if (pending_.ids->contains(id)) any = pending_.edit().erase(id) > 0;
-    }
-    if (any) changed(pending_);
+    remove(pending_, ids);
 }
 
 void CloudSyncState::confirm(const IdSet& held, const IdSet& gone) {
     std::lock_guard guard(lock_);
-    bool any = false;
-    for (const Uuid& id : gone) {
-        if (confirmed_.ids->contains(id)) any = confirmed_.edit().erase(id) > 0;
-    }
-    for (const Uuid& id : held) {
-        if (!confirmed_.ids->contains(id)) any = confirmed_.edit().insert(id).second;
-    }
-    if (any) changed(confirmed_);
+    // Held wins over gone, as the later word.
+    std::vector<Uuid> goneOnly;
+    std::set_difference(gone.begin(), gone.end(), held.begin(), held.end(), std::back_inserter(goneOnly));
+    remove(confirmed_, IdSet(goneOnly.begin(), goneOnly.end()));
+    add(confirmed_, held);
 }
 
 void CloudSyncState::forgetConfirmed() {

@@ -4,12 +4,13 @@
 #include "base/Uuid.h"
 #include "platform/ChangeTokenArchive.h"
 #include "platform/Defaults.h"
+#include "platform/Files.h"
 #include "platform/Scheduler.h"
+#include "sync/IdSet.h"
 
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -17,25 +18,33 @@
 
 namespace plenda {
 
-using IdSet = std::set<Uuid>;
 
 // What must still go to the cloud, kept in the user defaults: ids changed
 // locally (dirty), ids deleted locally (pending delete), the zone's change
 // token and whether the zone exists; and the ids the server has confirmed
 // holding (with the zone incarnation that confirmed them), which tell a block
-// deleted elsewhere from one never uploaded. The id sets are read once and
+// deleted elsewhere from one never uploaded. The confirmed ids, one per block
+// the cloud holds, live in a file of their own (16 bytes an id) rather than
+// in the settings, which would otherwise be rewritten whole, hundreds of
+// thousands of ids and all, after every upload. The id sets are read once and
 // then live here, behind one lock; a set is written back only when it
 // changed. With a scheduler the writes are gathered for `writeDelay` and made
-// on the worker, since a set can hold hundreds of thousands of ids; without
-// one they are made at once. Whatever is still unwritten is written by
-// writePending and at destruction.
+// on the worker; without one they are made at once. Whatever is still
+// unwritten is written by writePending and at destruction.
 class CloudSyncState {
 public:
     static constexpr double writeDelay = 1.0;
+    // Where the confirmed ids are kept; without one they last only while the program runs.
+    struct ConfirmedFile {
+        Files& files;
+        std::string path;
+    };
+    static constexpr std::string_view confirmedFileHeader = "Plenda confirmed ids 1\n";
 
     // Without an archive, change tokens are stored as their own bytes.
     explicit CloudSyncState(Defaults& defaults, std::string prefix = "cloudSync.dayBlocks",
-                            const ChangeTokenArchive* archive = nullptr, Scheduler* scheduler = nullptr);
+                            const ChangeTokenArchive* archive = nullptr, Scheduler* scheduler = nullptr,
+                            std::optional<ConfirmedFile> confirmedFile = std::nullopt);
     ~CloudSyncState();
     CloudSyncState(const CloudSyncState&) = delete;
     CloudSyncState& operator=(const CloudSyncState&) = delete;
@@ -46,14 +55,15 @@ public:
     std::string pendingDeleteKey() const { return stateKey(".pendingDeleteIDs"); }
     std::string changeTokenKey() const { return stateKey(".zoneChangeToken"); }
     std::string zoneCreatedKey() const { return stateKey(".zoneCreated"); }
+    // Where an earlier version kept the confirmed ids; moved to the file.
     std::string confirmedKey() const { return stateKey(".confirmedIDs"); }
     std::string deletedVersionsKey() const { return stateKey(".deletedVersions"); }
     // The mark of the zone incarnation the confirmed ids belong to.
     std::string zoneMarkKey() const { return stateKey(".zoneMark"); }
 
-    // The dirty, pending-delete and confirmed keys answer from the live sets;
-    // any other key is read from the defaults: not an array of text is empty,
-    // texts that are not UUIDs are skipped.
+    // The dirty and pending-delete keys answer from the live sets; any other
+    // key is read from the defaults: not an array of text is empty, texts
+    // that are not UUIDs are skipped.
     IdSet readIDs(std::string_view key) const;
     // The confirmed ids as they are now, without copying them.
     std::shared_ptr<const IdSet> confirmedIDs() const;
@@ -96,13 +106,18 @@ private:
         IdSet& edit();
     };
     StoredSet load(std::string key) const;
+    StoredSet loadConfirmed();
+    void write(const std::string& key, const IdSet& ids);
     // Under lock_: `set` now differs from what is stored.
     void changed(StoredSet& set);
+    void add(StoredSet& set, const IdSet& ids);
+    void remove(StoredSet& set, const IdSet& ids);
 
     Defaults& defaults_;
     const std::string prefix_;
     const ChangeTokenArchive& archive_;
     Scheduler* scheduler_;
+    std::optional<ConfirmedFile> confirmedFile_;  // none also when it could not be read
     mutable std::mutex lock_;
     // Held while writing, so that two writes never interleave and the newest lands last.
     std::mutex writing_;

@@ -10,11 +10,22 @@
 
 namespace plenda {
 
+namespace {
+
+std::optional<CloudSyncState::ConfirmedFile> confirmedFile(MacActivityStore& store, Files* files) {
+    const std::string& blocks = store.blocksFilePath();
+    if (!files || blocks.empty()) return std::nullopt;
+    return CloudSyncState::ConfirmedFile{*files, blocks.substr(0, blocks.rfind('/') + 1) + "cloud-confirmed-ids"};
+}
+
+}  // namespace
+
 MacCloudSync::MacCloudSync(MacActivityStore& store, Dependencies dependencies)
     : store_(store),
       scheduler_(dependencies.scheduler),
       output_(dependencies.output),
-      state_(dependencies.defaults, "cloudSync.dayBlocks", dependencies.changeTokenArchive, &dependencies.scheduler),
+      state_(dependencies.defaults, "cloudSync.dayBlocks", dependencies.changeTokenArchive, &dependencies.scheduler,
+             confirmedFile(store, dependencies.files)),
       engine_(CloudSyncEngine::Dependencies{state_, dependencies.scheduler, dependencies.database,
                                             dependencies.systemLog, dependencies.output}),
       hasCloud_(dependencies.database != nullptr) {
@@ -105,8 +116,9 @@ void MacCloudSync::syncNow(std::function<void()> finished) {
         scheduler_.post([this, alive, result = std::move(pulled.value()), finished, confirmedBefore] {
             if (alive.expired()) return;
             applyPulled(result.changed, result.deleted);
-            IdSet held;
-            for (const CloudRecordEnvelope& envelope : result.changed) held.insert(envelope.id);
+            std::vector<Uuid> changedIDs;
+            for (const CloudRecordEnvelope& envelope : result.changed) changedIDs.push_back(envelope.id);
+            const IdSet held(changedIDs.begin(), changedIDs.end());
             if (result.wholeZone) {
                 // Confirmations by an earlier incarnation of the zone (deleted
                 // and made anew since) say nothing about this one.
@@ -162,14 +174,15 @@ void MacCloudSync::pushPending(std::vector<MacDayBlock> blocks, bool pruneStale,
         if (dirty.empty() && pending.empty()) return done();
 
         std::vector<CloudRecordEnvelope> envelopes;
-        IdSet present;
+        std::vector<Uuid> presentIDs;
         for (const MacDayBlock& block : *sent) {
             if (!dirty.contains(block.id)) continue;
             auto payload = encodeBlock(block);
             if (!payload) continue;
             envelopes.push_back(CloudRecordEnvelope{block.id, std::move(*payload), block.lastModified()});
-            present.insert(block.id);
+            presentIDs.push_back(block.id);
         }
+        const IdSet present(presentIDs.begin(), presentIDs.end());
         IdSet staleCandidates;
         if (pruneStale) {
             std::set_difference(dirty.begin(), dirty.end(), present.begin(), present.end(),
@@ -209,29 +222,29 @@ void MacCloudSync::settlePush(const std::vector<MacDayBlock>& sent, const PushRe
         const auto then = sentIndex.find(now->id);
         return then != sentIndex.end() && *now == *then->second;
     };
-    IdSet clear, held = pushed.savedIDs;
+    std::vector<Uuid> clear, held(pushed.savedIDs.begin(), pushed.savedIDs.end());
     for (const Uuid& id : pushed.savedIDs) {
         const auto now = store_.block(id);
-        if (!now || unchangedSinceSent(now)) clear.insert(id);
+        if (!now || unchangedSinceSent(now)) clear.push_back(id);
     }
     std::vector<MacDayBlock> adopted;
     for (const CloudRecordEnvelope& envelope : pushed.newerOnServer) {
-        held.insert(envelope.id);
+        held.push_back(envelope.id);
         auto incoming = decodeBlock(envelope.payload);
         const auto local = store_.block(envelope.id);
         if (!incoming || incoming->id != envelope.id || !local || !unchangedSinceSent(local)) continue;
         if (incoming->lastModified() < local->lastModified()) continue;
         learnCategory(*local, *incoming);
         adopted.push_back(std::move(*incoming));
-        clear.insert(envelope.id);
+        clear.push_back(envelope.id);
     }
     for (const Uuid& id : staleCandidates) {
-        if (!store_.block(id)) clear.insert(id);
+        if (!store_.block(id)) clear.push_back(id);
     }
     if (!adopted.empty()) store_.putBlocks(adopted, {});
-    if (!clear.empty()) state_.clearDirty(clear);
+    if (!clear.empty()) state_.clearDirty(IdSet(clear.begin(), clear.end()));
     if (!pushed.deletedIDs.empty()) state_.clearPendingDeletes(pushed.deletedIDs);
-    state_.confirm(held, pushed.deletedIDs);
+    state_.confirm(IdSet(held.begin(), held.end()), pushed.deletedIDs);
 }
 
 // After a fetch of the whole zone: a block the server does not hold was
@@ -243,8 +256,11 @@ void MacCloudSync::reconcileWholeZone(const IdSet& held, const IdSet& confirmedB
     std::vector<Uuid> neverUploaded;
     store_.forEachBlock([&](const BlockList::Stored& block) {
         if (held.contains(block.id()) || dirty.contains(block.id())) return;
-        if (confirmedBefore.contains(block.id())) deletedElsewhere.emplace_back(block.id(), block.lastModified());
-        else neverUploaded.push_back(block.id());
+        if (std::binary_search(confirmedBefore.begin(), confirmedBefore.end(), block.id())) {
+            deletedElsewhere.emplace_back(block.id(), block.lastModified());
+        } else {
+            neverUploaded.push_back(block.id());
+        }
     });
     if (!deletedElsewhere.empty()) {
         // Remembered like a deletion made here, so that an older copy landing
@@ -319,18 +335,18 @@ void MacCloudSync::applyPulled(const std::vector<CloudRecordEnvelope>& changed,
     }
 
     const IdSet dirty = state.readIDs(state.dirtyKey());
-    IdSet removed;
+    std::vector<Uuid> removed;
     std::vector<std::pair<Uuid, Date>> removedVersions;
-    for (const Uuid& id : deleted) {
+    for (const Uuid& id : IdSet(deleted.begin(), deleted.end())) {
         // A local change not uploaded yet survives; the next push recreates it.
-        if (dirty.contains(id) || removed.contains(id)) continue;
+        if (dirty.contains(id)) continue;
         if (const auto block = current(id)) {
-            removed.insert(id);
+            removed.push_back(id);
             removedVersions.emplace_back(id, block->lastModified());
         }
     }
     if (!removedVersions.empty()) state_.rememberDeletions(removedVersions);
-    store_.putBlocks(merged, std::vector<Uuid>(removed.begin(), removed.end()));
+    store_.putBlocks(merged, removed);
     if (!newerHere.empty()) markBlocksDirty(newerHere);
     if (!deleteAgain.empty()) state.markDeleted(deleteAgain);
 }

@@ -31,6 +31,9 @@ public:
         // Null: change tokens are stored as their own bytes.
         const ChangeTokenArchive* changeTokenArchive = nullptr;
         std::ostream& output = std::cout;
+        // Where the ids the cloud confirmed are kept, beside the block file;
+        // null: only while the program runs.
+        Files* files = nullptr;
     };
 
     MacCloudSync(MacActivityStore& store, Dependencies dependencies);

@@ -53,7 +53,7 @@ protected:
         store.reset();
         store = std::make_unique<MacActivityStore>(MacActivityStore::Dependencies{
             scheduler, scheduler, calendar, defaults, files, strings, cloudSyncDisabled, &Uuid::random, output,
-            MacCloudSync::factory({defaults, scheduler, cloudDatabase, systemLog, nullptr, output}),
+            MacCloudSync::factory({defaults, scheduler, cloudDatabase, systemLog, nullptr, output, &files}),
             categoryOverrideWriter(defaults)});
         return *store;
     }

@@ -1,8 +1,11 @@
 #include "fakes/MemoryDefaults.h"
+#include "fakes/MemoryFiles.h"
 #include "platform/OpaqueChangeToken.h"
 #include "sync/CloudSyncState.h"
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 namespace plenda {
 namespace {
@@ -75,6 +78,41 @@ TEST_F(SyncState, DeletionsKeepTheNewestVersionDeletedAndOnlyTheNewestDeletions)
     EXPECT_FALSE(kept.contains(b)) << "the oldest go first";
     EXPECT_FALSE(kept.contains(a));
     EXPECT_TRUE(kept.contains(many.front().first));
+}
+
+// The confirmed ids live in a file of their own, moved there from the
+// settings where an earlier version kept them; a file not of their form is
+// never written over.
+TEST_F(SyncState, ConfirmedIdsLiveInTheirOwnFile) {
+    MemoryFiles files;
+    const std::string path = "/data/Plenda/cloud-confirmed-ids";
+    const auto confirmed = [&] {
+        return *CloudSyncState(defaults, "cloudSync.dayBlocks", nullptr, nullptr,
+                               CloudSyncState::ConfirmedFile{files, path}).confirmedIDs();
+    };
+    defaults.set("cloudSync.dayBlocks.confirmedIDs", DefaultsValue::Array{a.string(), "nope", b.string()});
+    EXPECT_EQ(confirmed(), (IdSet{a, b}));
+    EXPECT_FALSE(defaults.contains("cloudSync.dayBlocks.confirmedIDs")) << "moved to the file";
+    EXPECT_EQ(files.files.at(path).size(), CloudSyncState::confirmedFileHeader.size() + 2 * 16);
+    {
+        CloudSyncState state(defaults, "cloudSync.dayBlocks", nullptr, nullptr, CloudSyncState::ConfirmedFile{files, path});
+        state.confirm({Uuid::random()}, {a});
+        state.markDirty({b});
+    }
+    EXPECT_EQ(confirmed().size(), 2u);
+    EXPECT_FALSE(std::ranges::binary_search(confirmed(), a));
+    EXPECT_EQ(defaults.stringArray("cloudSync.dayBlocks.dirtyIDs")->size(), 1u) << "the other sets stay settings";
+
+    for (const std::string bad : {"Plenda confirmed ids 1\nshort", "something else", ""}) {
+        files.writeFromOutside(path, bad);
+        {
+            CloudSyncState state(defaults, "cloudSync.dayBlocks", nullptr, nullptr,
+                                 CloudSyncState::ConfirmedFile{files, path});
+            EXPECT_TRUE(state.confirmedIDs()->empty());
+            state.confirm({a}, {});
+        }
+        EXPECT_EQ(files.files.at(path), bad) << "a file that does not read as ids is left as it is";
+    }
 }
 
 }  // namespace

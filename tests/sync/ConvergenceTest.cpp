@@ -30,7 +30,7 @@ struct Device {
         store.reset();
         store = std::make_unique<MacActivityStore>(MacActivityStore::Dependencies{
             scheduler, scheduler, calendar, defaults, files, strings, false, [this] { return newID(); }, output,
-            MacCloudSync::factory({defaults, scheduler, &cloud, nullptr, nullptr, output}),
+            MacCloudSync::factory({defaults, scheduler, &cloud, nullptr, nullptr, output, &files}),
             categoryOverrideWriter(defaults)});
     }
     // Ids from the seed, so that a failing seed fails the same way again.

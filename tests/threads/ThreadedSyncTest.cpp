@@ -132,7 +132,7 @@ TEST_F(ThreadedTest, EngineWorkerAndBookkeepingServeManyThreads) {
     EXPECT_GT(saved.size(), 0u);
     const auto all = [](const std::vector<IdSet>& sets) {
         IdSet ids;
-        for (const IdSet& set : sets) ids.insert(set.begin(), set.end());
+        for (const IdSet& set : sets) ids.insertAll(set);
         return ids;
     };
     EXPECT_EQ(state.readIDs(state.dirtyKey()), all(keptDirty));
