@@ -7,22 +7,7 @@ count=${1:-365000}
 plenda=${2:-build/release/src/app/plenda}
 file=$(mktemp --suffix=.json)
 trap 'rm -f "$file"' EXIT
-python3 - "$count" "$file" <<'PY'
-import sys, uuid, random
-count, path = int(sys.argv[1]), sys.argv[2]
-titles = ["Xcode", "Code · api", "Slack", "Mail", "github.com", "youtube.com", "Notion", "Terminal · src"]
-first, rng = 694224000.0, random.Random(42)
-with open(path, "w") as out:
-    out.write("[")
-    for i in range(count):
-        start = first + (i // 100) * 86400 + 25200 + (i % 100) * 576
-        end = start + rng.randint(60, 570)
-        out.write(("," if i else "") + '{"id":"%s","title":"%s","category":"work","weight":%d,'
-                  '"note":"Logged automatically on Mac","createdAt":%r,"startDate":%r,"endDate":%r,'
-                  '"blockType":"tracked","modifiedAt":%r}' % (str(uuid.UUID(int=rng.getrandbits(128), version=4)).upper(),
-                  rng.choice(titles), (end - start) // 60, start, start, end, end))
-    out.write("]")
-PY
+python3 "$(dirname "$0")/generate-blocks.py" "$count" "$file"
 day=$(date -u -d "@$((978307200 + 694224000 + (count / 100 / 2) * 86400))" +%F)
 echo "$count blocks, $(du -m "$file" | cut -f1) MB; report for $day"
 /usr/bin/time -f "%e s %M KB" "$plenda" report --date "$day" --blocks "$file" 2>&1 >/dev/null | tail -1 |

@@ -29,6 +29,9 @@ Date BlockList::Stored::effectiveStart() const {
 Date BlockList::Stored::effectiveEnd() const {
     return Date(packed_.present & hasEnd ? packed_.endDate : packed_.createdAt);
 }
+std::optional<Date> BlockList::Stored::startDate() const {
+    return dateIf(packed_.present & hasStart, packed_.startDate);
+}
 std::optional<Date> BlockList::Stored::endDate() const { return dateIf(packed_.present & hasEnd, packed_.endDate); }
 Date BlockList::Stored::lastModified() const {
     return Date(packed_.present & hasModified ? packed_.modifiedAt : packed_.createdAt);

@@ -43,6 +43,7 @@ public:
         double weight() const;
         Date effectiveStart() const;
         Date effectiveEnd() const;
+        std::optional<Date> startDate() const;
         std::optional<Date> endDate() const;
         Date lastModified() const;
         MacDayBlock value() const;

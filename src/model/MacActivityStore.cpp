@@ -408,17 +408,26 @@ void MacActivityStore::splitMidnightSpanningBlocks() {
     if (defaults_.boolValue(didSplitKey)) return;
     defaults_.setBool(didSplitKey, true);  // never retried, whatever happens next
 
+    // A block longer than any real session is kept whole: splitting it
+    // could take unbounded work (or time itself, for -1e308 to 1e308).
+    const auto crossesMidnight = [&](std::optional<Date> start, std::optional<Date> end) {
+        return start && end && *end > *start && *end - *start <= maximumSplitSpan &&
+               !calendar_.isSameDay(*start, *end);
+    };
+    // Looked at where they lie: most stores have nothing to split.
+    bool any = false;
+    for (std::size_t i = 0; i < blocks_.size() && !any; ++i) {
+        any = crossesMidnight(blocks_.at(i).startDate(), blocks_.at(i).endDate());
+    }
+    if (!any) return;
+
     std::vector<MacDayBlock> result;
     std::vector<MacDayBlock> changed;
     result.reserve(blocks_.size());
     const Date now = clock_.now();
 
     for (const MacDayBlock& block : blocks_.all()) {
-        // A block longer than any real session is kept whole: splitting it
-        // could take unbounded work (or time itself, for -1e308 to 1e308).
-        if (!block.startDate || !block.endDate || *block.endDate <= *block.startDate ||
-            !(*block.endDate - *block.startDate <= maximumSplitSpan) ||
-            calendar_.isSameDay(*block.startDate, *block.endDate)) {
+        if (!crossesMidnight(block.startDate, block.endDate)) {
             result.push_back(block);
             continue;
         }
@@ -449,8 +458,6 @@ void MacActivityStore::splitMidnightSpanningBlocks() {
             first = false;
         }
     }
-    if (changed.empty()) return;
-
     std::stable_sort(result.begin(), result.end(), [](const MacDayBlock& a, const MacDayBlock& b) {
         return a.effectiveStart() < b.effectiveStart();
     });
