@@ -103,6 +103,9 @@ public:
     void update(std::size_t i, const std::function<void(MacDayBlock&)>& change);
     std::size_t eraseIf(const std::function<bool(const BlockList::Stored&)>& matches);
     std::size_t eraseId(const Uuid& id);
+    std::vector<std::size_t> positionsOf(const Uuid& id) const { return list_.positionsOf(id); }
+    // These positions, ascending and each once.
+    void eraseAt(std::vector<std::size_t> positions) { erase(std::move(positions)); }
 
     BlockFileText::Snapshot snapshot() { return text_.snapshot(list_); }
     BlockFileText::IdChunks snapshotIds() const { return text_.ids(); }

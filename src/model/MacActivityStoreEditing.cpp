@@ -127,15 +127,23 @@ void MacActivityStore::changeCategory(std::string_view title, MacBlockCategory f
 }
 
 void MacActivityStore::deleteSummary(std::string_view title, MacBlockCategory category) {
+    const DayRange day = dayRange(calendar_, selectedDate_);
     std::set<Uuid> ids;
     std::vector<MacDayBlock> removed;
-    for (const MacDayBlock& block : blocksOnDay(selectedDate_)) {
-        if (block.title == title && block.category == category && ids.insert(block.id).second) {
-            removed.push_back(block);
+    for (std::size_t i : blocks_.startingWithin(day.start, day.end)) {
+        const auto block = blocks_.at(i);
+        if (block.title() == title && block.category() == category && ids.insert(block.id()).second) {
+            removed.push_back(block.value());
         }
     }
     if (ids.empty()) return;
-    blocks_.eraseIf([&](const BlockList::Stored& block) { return ids.contains(block.id()); });
+    // Every block of those ids goes, on this day or not, as the ids say.
+    std::vector<std::size_t> positions;
+    for (const Uuid& id : ids) {
+        for (std::size_t i : blocks_.positionsOf(id)) positions.push_back(i);
+    }
+    std::sort(positions.begin(), positions.end());
+    blocks_.eraseAt(positions);
     scheduleSave();
     publish();
     if (cloudSyncDisabled_) return;
