@@ -19,6 +19,8 @@ packages=(
   jq
   # The install test validates the desktop entry.
   desktop-file-utils
+  # Terminal projects are tried with real shells in these terminals' windows.
+  rxvt-unicode lxterminal git
 )
 
 missing=()

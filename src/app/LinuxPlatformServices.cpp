@@ -1,6 +1,7 @@
 #include "app/PlatformServices.h"
 
 #include "platform/linux/DesktopEntries.h"
+#include "platform/linux/ProcWorkingFolders.h"
 #include "platform/linux/UnsupportedScriptRunner.h"
 #include "platform/linux/X11Accessibility.h"
 #include "platform/linux/X11Connection.h"
@@ -11,6 +12,7 @@
 #include "platform/standin/SqliteCloudDatabase.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QWidget>
 
 namespace plenda {
@@ -27,6 +29,7 @@ PlatformServices makePlatformServices() {
     services.loginItem = std::make_unique<XdgAutostartLoginItem>(XdgAutostartLoginItem::forCurrentUser());
     services.cloudDatabase = cloudStandInFromEnvironment();
     services.screens = std::make_unique<QtScreens>();  // reads PLENDA_FAKE_NOTCH
+    services.workingFolders = std::make_unique<ProcWorkingFolders>(QDir::homePath().toStdString());
     services.activateIgnoringOtherApps = [] {
         if (QWidget* window = QApplication::activeWindow()) window->raise();
     };

@@ -8,6 +8,7 @@
 #include "platform/Screens.h"
 #include "platform/ScriptRunner.h"
 #include "platform/SystemLog.h"
+#include "platform/WorkingFolders.h"
 #include "platform/Workspace.h"
 
 #include <functional>
@@ -30,6 +31,8 @@ struct PlatformServices {
     std::unique_ptr<ChangeTokenArchive> changeTokenArchive;
     // The screens and their camera housings: the system's on macOS, Qt's elsewhere.
     std::unique_ptr<Screens> screens;
+    // Where terminals' programs work; null where titles tell (macOS).
+    std::unique_ptr<WorkingFolders> workingFolders;
     // Brings the application to the front, ignoring other applications.
     std::function<void()> activateIgnoringOtherApps;
     // Gives the notch panel's window the properties of a non-activating panel.

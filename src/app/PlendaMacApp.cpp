@@ -91,7 +91,9 @@ MacAppTracker::Dependencies trackerDependencies(PlatformServices& services, Cloc
                                        *services.accessibility,
                                        *services.idleClock,
                                        output,
-                                       services.systemLog.get()};
+                                       services.systemLog.get(),
+                                       linuxKeywordRows,
+                                       services.workingFolders.get()};
 }
 
 PlendaMacApp::PlendaMacApp(int& argc, char** argv) : QApplication(argc, argv) {

@@ -4,6 +4,7 @@
 #include "platform/Clock.h"
 #include "platform/Defaults.h"
 #include "platform/IdleClock.h"
+#include "platform/WorkingFolders.h"
 #include "tracking/CategoryRules.h"
 
 #include <cmath>
@@ -19,6 +20,7 @@ MacAppTracker::MacAppTracker(Dependencies dependencies)
       browserTabs_(dependencies.scripts, dependencies.defaults, dependencies.workspace,
                    SyncLog(dependencies.output, dependencies.systemLog)),
       windowTitles_(dependencies.accessibility, dependencies.defaults),
+      workingFolders_(dependencies.workingFolders),
       linuxCategoryRows_(dependencies.linuxCategoryRows) {
     const auto stored = defaults_.object(trackingEnabledKey);
     if (stored && std::holds_alternative<bool>(stored->value)) isTracking_ = std::get<bool>(stored->value);
@@ -79,8 +81,11 @@ void MacAppTracker::handleActivation(const RunningApplication& app) {
     currentHost_ = id ? browserTabs_.browserHost(*id) : std::nullopt;
     currentProject_.reset();
     if (!currentHost_) {
-        if (const auto title = windowTitles_.frontWindowTitle(app.processIdentifier)) {
-            currentProject_ = projectName(id, *title);
+        const auto title = windowTitles_.frontWindowTitle(app.processIdentifier);
+        if (title) currentProject_ = projectName(id, *title);
+        if (!currentProject_ && workingFolders_ && id && isLinuxTerminal(*id)) {
+            const auto folder = workingFolders_->projectFolder(app.processIdentifier, title.value_or(""));
+            if (folder) currentProject_ = folderProject(*folder);
         }
     }
     setCurrentAppName(displayTitle());

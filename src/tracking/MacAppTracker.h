@@ -24,6 +24,7 @@ class IdleClock;
 class MacActivityStore;
 class ScriptRunner;
 class SystemLog;
+class WorkingFolders;
 
 // Follows the front application and cuts the day into sessions: one stretch
 // of use of one application, site or project. Finished sessions long enough to
@@ -44,6 +45,8 @@ public:
         SystemLog* systemLog = nullptr;
         // The Linux keyword rows; a replay of a Mac's day turns them off.
         bool linuxCategoryRows = linuxKeywordRows;
+        // Where terminals' programs work, where the platform can tell.
+        WorkingFolders* workingFolders = nullptr;
     };
 
     static constexpr std::string_view trackingEnabledKey = "trackingEnabled";
@@ -118,6 +121,7 @@ private:
     IdleClock& idleClock_;
     BrowserTabs browserTabs_;
     WindowTitles windowTitles_;
+    WorkingFolders* workingFolders_;
 
     std::optional<std::string> currentAppName_;
     bool isTracking_ = true;

@@ -5,6 +5,7 @@
 #include "platform/Defaults.h"
 
 #include <algorithm>
+#include <cctype>
 
 namespace plenda {
 
@@ -90,6 +91,23 @@ bool isLastSegmentEditor(std::string_view id) {
 }
 
 }  // namespace
+
+bool isLinuxTerminal(std::string_view id) {
+    static const std::vector<std::string_view> terminals{
+        "xterm", "uxterm", "debian-xterm", "debian-uxterm", "urxvt", "rxvt", "rxvt-unicode", "urxvt-tabbed",
+        "org.gnome.terminal", "gnome-terminal", "gnome-terminal-server", "org.gnome.console", "kgx",
+        "org.kde.konsole", "konsole", "xfce4-terminal", "lxterminal", "terminator", "kitty", "alacritty",
+        "com.gexperts.tilix", "tilix", "qterminal", "mate-terminal", "st", "st-256color", "stterm", "foot",
+        "org.wezfurlong.wezterm", "sakura", "terminology", "eterm"};
+    std::string lower(id);
+    std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char c) { return std::tolower(c); });
+    return std::find(terminals.begin(), terminals.end(), lower) != terminals.end();
+}
+
+std::string folderProject(std::string_view folder) {
+    while (folder.size() > 1 && folder.back() == '/') folder.remove_suffix(1);
+    return std::string(folder.substr(folder.rfind('/') + 1));
+}
 
 std::optional<std::string> projectName(const std::optional<std::string>& bundleIdentifier, std::string_view title) {
     const std::vector<std::string> segments = segmentsOf(title);

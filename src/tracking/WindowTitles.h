@@ -17,6 +17,12 @@ const std::vector<std::string_view>& lastSegmentEditors();
 // every other application and for titles without one.
 std::optional<std::string> projectName(const std::optional<std::string>& bundleIdentifier, std::string_view title);
 
+// Terminal emulators as Linux names them (desktop entry or window class): their
+// titles are the shell's to set, so their project comes from the folder the
+// program in front works in; the project is that folder's name.
+bool isLinuxTerminal(std::string_view bundleIdentifier);
+std::string folderProject(std::string_view folder);
+
 // The title of other applications' front windows, through the accessibility
 // interface. Every read leaves its outcome under `outcomeKey`. Main thread only.
 class WindowTitles {

@@ -5,9 +5,21 @@
 #include "fakes/ScriptedScriptRunner.h"
 #include "fakes/ScriptedWorkspace.h"
 #include "fakes/StoreFixture.h"
+#include "platform/WorkingFolders.h"
 #include "tracking/MacAppTracker.h"
 
 namespace plenda {
+
+// Working folders by terminal process, and the titles they were asked with.
+struct ScriptedWorkingFolders final : WorkingFolders {
+    std::map<int, std::string> folders;
+    std::vector<std::string> titles;
+    std::optional<std::string> projectFolder(int pid, std::string_view title) override {
+        titles.emplace_back(title);
+        const auto found = folders.find(pid);
+        return found == folders.end() ? std::nullopt : std::optional(found->second);
+    }
+};
 
 // A tracker and a shared store on virtual time, with scripted platform doubles.
 class TrackerFixture : public StoreFixture {
@@ -16,6 +28,7 @@ protected:
     ScriptedScriptRunner scripts;
     ScriptedAccessibility accessibility;
     ScriptedIdleClock idleClock{scheduler};
+    ScriptedWorkingFolders folders;
     std::shared_ptr<MacActivityStore> sharedStore;
     std::unique_ptr<MacAppTracker> tracker;
 
@@ -28,7 +41,8 @@ protected:
         makeStore();
         sharedStore = std::move(store);
         tracker = std::make_unique<MacAppTracker>(MacAppTracker::Dependencies{
-            scheduler, scheduler, defaults, workspace, scripts, accessibility, idleClock, output});
+            scheduler, scheduler, defaults, workspace, scripts, accessibility, idleClock, output, nullptr,
+            linuxKeywordRows, &folders});
         return *tracker;
     }
     MacAppTracker& startTracker() {

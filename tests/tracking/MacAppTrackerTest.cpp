@@ -111,6 +111,26 @@ TEST_F(Tracker, TitlesFromEditorProjectBrowserHostOrNothingAndOnlyBrowsersArePol
     EXPECT_EQ(tracker->sessionStartedAt(), std::nullopt);
 }
 
+// A terminal's title is its shell's to set: on Linux the project is the
+// folder its program works in; other applications, and the Mac's terminals,
+// keep to their titles.
+TEST_F(Tracker, LinuxTerminalsTakeTheirProjectFromTheFolderTheirProgramWorksIn) {
+    const RunningApplication xterm{"debian-xterm", "XTerm", 40}, konsole{"org.kde.konsole", "Konsole", 41},
+        editor{"org.gnome.TextEditor", "Text Editor", 42}, macTerminal{"com.apple.Terminal", "Terminal", 43};
+    folders.folders = {{40, "/home/me/src/engine"}, {42, "/home/me/notes"}, {43, "/home/me/other"}};
+    accessibility.setTitle(40, "me@host: ~/src/engine/crates");
+    accessibility.setTitle(43, "src — -zsh — 80×24");
+    startTracker();
+    const std::vector<std::pair<RunningApplication, std::string>> cases{
+        {xterm, "XTerm · engine"}, {konsole, "Konsole"}, {editor, "Text Editor"}, {macTerminal, "Terminal · src"}};
+    for (const auto& [app, title] : cases) {
+        activate(app);
+        EXPECT_EQ(tracker->currentAppName(), title);
+    }
+    EXPECT_EQ(folders.titles, (std::vector<std::string>{"me@host: ~/src/engine/crates", ""}))
+        << "asked for the two Linux terminals only, with the window's title";
+}
+
 struct IgnoreCase { std::optional<DefaultsValue> list; RunningApplication app; bool ignored; };
 
 class Ignoring : public Tracker, public ::testing::WithParamInterface<IgnoreCase> {};
