@@ -140,6 +140,10 @@
         <source>Next day</source>
         <translation>Next day</translation>
     </message>
+    <message id="mac.day.treemap">
+        <source>The day by time spent</source>
+        <translation>The day by time spent</translation>
+    </message>
     <message id="mac.sync.now">
         <source>Sync now</source>
         <translation>Sync now</translation>

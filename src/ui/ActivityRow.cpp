@@ -7,8 +7,11 @@
 #include "ui/ViewStyle.h"
 
 #include <QContextMenuEvent>
+#include <QFocusEvent>
+#include <QKeyEvent>
 #include <QPainter>
 #include <QPainterPath>
+#include <QScrollArea>
 
 #include <climits>
 
@@ -28,11 +31,17 @@ ActivityRow::ActivityRow(MacActivityStore& store, const Calendar& calendar, QWid
     : QWidget(parent), store_(store), calendar_(calendar) {
     setFixedHeight(rowHeight);
     setAttribute(Qt::WA_TranslucentBackground);
+    setFocusPolicy(Qt::TabFocus);
 }
 
 void ActivityRow::setSummary(MacActivitySummary summary) {
     if (summary == summary_) return;
     summary_ = std::move(summary);
+    // What the card shows, for screen readers.
+    setAccessibleName(shownTitle(summary_.title));
+    QString description = categoryText() + QStringLiteral(", ") + QString::fromStdString(formatDuration(summary_.minutes));
+    if (!sessionsText().isEmpty()) description += QLatin1Char(' ') + sessionsText();
+    setAccessibleDescription(description + QStringLiteral(", ") + spanText());
     update();
 }
 
@@ -69,6 +78,8 @@ void ActivityRow::paintEvent(QPaintEvent*) {
                         1));
     painter.setBrush(Qt::NoBrush);
     painter.drawPath(border);
+    // Reached with Tab only (see the focus policy), so the ring means the keyboard.
+    if (hasFocus()) paintFocusRing(painter, card, cornerRadius, appearance);
 
     const QRectF content = card.adjusted(contentInsetX, 0, -contentInsetX, 0);
     const QRectF bar(content.left(), card.center().y() - barHeight / 2, barWidth, barHeight);
@@ -131,8 +142,38 @@ void ActivityRow::leaveEvent(QEvent* event) {
 }
 
 void ActivityRow::contextMenuEvent(QContextMenuEvent* event) {
+    showMenu(event->reason() == QContextMenuEvent::Mouse ? event->globalPos()
+                                                         : mapToGlobal(cardRect().bottomLeft().toPoint()));
+}
+
+void ActivityRow::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Menu || (event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier)) {
+        showMenu(mapToGlobal(cardRect().bottomLeft().toPoint()));
+        return;
+    }
+    QWidget::keyPressEvent(event);
+}
+
+void ActivityRow::focusInEvent(QFocusEvent* event) {
+    // A row reached with Tab scrolls into sight.
+    for (QWidget* above = parentWidget(); above; above = above->parentWidget()) {
+        if (auto* list = qobject_cast<QScrollArea*>(above)) {
+            list->ensureWidgetVisible(this, 0, 0);
+            break;
+        }
+    }
+    update();
+    QWidget::focusInEvent(event);
+}
+
+void ActivityRow::focusOutEvent(QFocusEvent* event) {
+    update();
+    QWidget::focusOutEvent(event);
+}
+
+void ActivityRow::showMenu(QPoint globalPosition) {
     SummaryContextMenu menu(summary_, store_, this, chooseForApplication_);
-    menu.exec(event->globalPos());
+    menu.exec(globalPosition);
 }
 
 }  // namespace plenda

@@ -11,7 +11,8 @@ class Calendar;
 class MacActivityStore;
 
 // One summary of the day as a card: colour bar, title, category and sessions,
-// duration and the span of the day it covers.
+// duration and the span of the day it covers. Reached with Tab; the menu key
+// or Shift+F10 opens its menu as a right click does.
 class ActivityRow final : public QWidget {
 public:
     static constexpr int rowHeight = 58;  // card 50 (34 bar + 2 × 8) plus 4 above and below
@@ -36,8 +37,13 @@ protected:
     void enterEvent(QEnterEvent* event) override;
     void leaveEvent(QEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
 
 private:
+    void showMenu(QPoint globalPosition);
+
     MacActivityStore& store_;
     ApplicationCategoryChooser chooseForApplication_;
     const Calendar& calendar_;

@@ -49,6 +49,7 @@ MacSettingsView::MacSettingsView(Dependencies d, QWidget* parent)
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     tabs_ = new QTabWidget(this);
+    tabs_->setAccessibleName(localized("mac.settings"));
     // Centred, as the system's settings windows place their tabs.
     tabs_->setStyleSheet(QStringLiteral("QTabWidget::tab-bar { alignment: center; }"));
     const auto icon = [this](const char* name) {
@@ -83,6 +84,7 @@ QWidget* MacSettingsView::generalTab() {
 QWidget* MacSettingsView::trackingTab() {
     auto* scroller = new QScrollArea;
     scroller->setWidgetResizable(true);
+    scroller->setFocusPolicy(Qt::NoFocus);  // Tab goes to what it holds
     scroller->setFrameShape(QFrame::NoFrame);
     auto* tab = new QWidget;
     auto* outer = new QVBoxLayout(tab);
@@ -116,6 +118,7 @@ QWidget* MacSettingsView::trackingTab() {
     auto* addRow = new QHBoxLayout;
     newIgnored_ = new QLineEdit(tab);
     newIgnored_->setPlaceholderText(QStringLiteral("com.example.app"));
+    newIgnored_->setAccessibleName(localized("mac.settings.ignored"));
     add_ = new QPushButton(localized("mac.settings.add"), tab);
     add_->setEnabled(false);
     connect(newIgnored_, &QLineEdit::textChanged, this, [this](const QString& text) {
@@ -153,6 +156,7 @@ void MacSettingsView::rebuildIgnoredRows() {
         name->setFont(mono);
         name->setTextInteractionFlags(Qt::TextSelectableByMouse);
         auto* remove = new QPushButton(localized("mac.settings.remove"));
+        remove->setAccessibleName(localized("mac.settings.remove") + QLatin1Char(' ') + QString::fromStdString(identifier));
         remove->setFlat(true);
         remove->setCursor(Qt::PointingHandCursor);
         connect(remove, &QPushButton::clicked, this, [this, identifier] { removeIgnored(identifier); });

@@ -29,11 +29,7 @@ void SymbolButton::paintEvent(QPaintEvent*) {
     const QPointF origin((width() - symbolPoints) / 2.0, (height() - symbolPoints) / 2.0);
     painter.drawPixmap(origin, pixmap);
     // Reached with Tab only (see the focus policy), so the ring means the keyboard.
-    if (hasFocus()) {
-        painter.setPen(QPen(toQColor(Palette::accent, appearance, 0.8), 2));
-        painter.setBrush(Qt::NoBrush);
-        painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), 6, 6);
-    }
+    if (hasFocus()) paintFocusRing(painter, QRectF(rect()).adjusted(1, 1, -1, -1), 6, appearance);
 }
 
 void SymbolButton::setHelp(const QString& text) {

@@ -83,6 +83,7 @@ TodayView::TodayView(MacActivityStore& store, const Clock& clock, const Calendar
     list_->setWidget(listContent_);
     list_->setWidgetResizable(true);
     list_->setFrameShape(QFrame::NoFrame);
+    list_->setFocusPolicy(Qt::NoFocus);  // Tab goes to its rows
     list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     list_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     QScrollBar* inner = list_->verticalScrollBar();

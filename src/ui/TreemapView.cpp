@@ -25,10 +25,15 @@ QRectF toQRect(const LayoutRect& rect) { return {rect.x, rect.y, rect.width, rec
 TreemapView::TreemapView(MacActivityStore& store, QWidget* parent) : QWidget(parent), store_(store) {
     setAttribute(Qt::WA_TranslucentBackground);
     setMouseTracking(true);
+    setAccessibleName(localized("mac.day.treemap"));
 }
 
 void TreemapView::setSummaries(std::vector<MacActivitySummary> summaries) {
     summaries_ = std::move(summaries);
+    // The tiles as a screen reader says them, largest first.
+    QStringList tiles;
+    for (const MacActivitySummary& summary : summaries_) tiles << tooltipText(summary);
+    setAccessibleDescription(tiles.join(QStringLiteral("; ")));
     relayout();
     update();
 }

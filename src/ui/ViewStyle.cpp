@@ -123,6 +123,14 @@ QPixmap shadowSprite(double radius, double opacity, double blur, qreal scale) {
 
 }  // namespace
 
+void paintFocusRing(QPainter& painter, const QRectF& rect, double radius, Appearance appearance) {
+    painter.save();
+    painter.setPen(QPen(toQColor(Palette::accent, appearance, 0.8), 2));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawRoundedRect(rect, radius, radius);
+    painter.restore();
+}
+
 void paintSoftShadow(QPainter& painter, const QRectF& rect, double radius, double opacity, double blur, double dy) {
     const qreal scale = painter.device() ? painter.device()->devicePixelRatioF() : 1.0;
     const QPixmap sprite = shadowSprite(radius, opacity, blur, scale);

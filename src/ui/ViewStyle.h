@@ -46,5 +46,7 @@ namespace plenda {
 // A soft drop shadow under a rounded rectangle: black at `opacity`, spread
 // over `blur` points, moved `dy` down.
 void paintSoftShadow(QPainter& painter, const QRectF& rect, double radius, double opacity, double blur, double dy);
+// The keyboard focus ring: two points of the accent colour along a rounded rectangle.
+void paintFocusRing(QPainter& painter, const QRectF& rect, double radius, Appearance appearance);
 
 }  // namespace plenda

@@ -143,6 +143,7 @@ TEST_F(MacSettingsTest, TabPicturesWithTheStoredListSorted) {
             << "shown sorted";
         for (int tab = 0; tab < 3; ++tab) {
             view->tabs()->setCurrentIndex(tab);
+            EXPECT_EQ(unnamedControls(*view), "") << "screen readers name every control, tab " << tab;
             const char* suffix = appearance == Appearance::dark ? "dark" : "light";
             saveRender(*view, QStringLiteral("settings-%1-%2.png").arg(tab).arg(suffix));
         }

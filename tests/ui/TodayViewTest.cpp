@@ -7,7 +7,11 @@
 #include "ui/TodayView.h"
 #include "ui/TreemapView.h"
 
+#include <QAccessible>
 #include <QActionGroup>
+#include <QApplication>
+#include <QMenu>
+#include <QTimer>
 #include <QFontMetricsF>
 #include <QKeyEvent>
 #include <QScrollArea>
@@ -142,6 +146,51 @@ TEST_F(TodayViewTest, DayButtonsHeaderActionsContextMenuAndAppearance) {
     }
     setForcedAppearance(Appearance::dark);
     EXPECT_EQ(appearanceOf(v), Appearance::dark);
+}
+
+// Without a mouse: Tab goes through the header's buttons and then the rows in
+// their order, a row shows it has the focus, and the menu key or Shift+F10
+// opens its menu; every control has a name a screen reader can say.
+TEST_F(TodayViewTest, KeyboardReachesEveryControlAndScreenReadersCanNameThem) {
+    begin(at(2023, 3, 15, 18));
+    add("Xcode", C::work, at(2023, 3, 15, 9), 65);
+    add("Mail", C::chores, at(2023, 3, 15, 10), 5);
+    auto& v = show(QSize(720, 560));
+    std::vector<QWidget*> tabOrder;
+    for (QWidget* w = v.nextInFocusChain(); w != &v; w = w->nextInFocusChain()) {
+        if ((w->focusPolicy() & Qt::TabFocus) && w->isVisibleTo(&v) && w->isEnabled()) tabOrder.push_back(w);
+    }
+    const auto rows = v.rows();
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(tabOrder, (std::vector<QWidget*>{v.previousDayButton(), v.syncButton(), v.settingsButton(), rows[0], rows[1]}))
+        << "the next-day arrow is off on today";
+
+    EXPECT_EQ(unnamedControls(v), "");
+    EXPECT_EQ(rows[0]->accessibleName(), "Xcode");
+    EXPECT_EQ(rows[0]->accessibleDescription(), "Work, 1h 5m, " + rows[0]->spanText());
+    EXPECT_EQ(v.treemap()->accessibleDescription(), "Xcode · 1h 5m; Mail · 5m");
+
+    const QImage unfocused = rows[0]->grab().toImage();
+    QApplication::setActiveWindow(&v);
+    rows[0]->setFocus(Qt::TabFocusReason);
+    ASSERT_TRUE(rows[0]->hasFocus());
+    const QImage focused = rows[0]->grab().toImage();
+    const QPoint edge = rows[0]->cardRect().topLeft().toPoint() + QPoint(30, 0);
+    EXPECT_NE(focused.pixel(edge), unfocused.pixel(edge)) << "a ring along the card's edge";
+    saveRender(*rows[0], QStringLiteral("row-keyboard-focus.png"));
+
+    for (const auto& [key, modifiers] : {std::pair{Qt::Key_Menu, Qt::NoModifier}, {Qt::Key_F10, Qt::ShiftModifier}}) {
+        QStringList opened;
+        QTimer::singleShot(0, [&] {
+            if (auto* popup = qobject_cast<QMenu*>(QApplication::activePopupWidget())) {
+                opened << popup->actions().first()->text();
+                popup->close();
+            }
+        });
+        QKeyEvent event(QEvent::KeyPress, key, modifiers);
+        QCoreApplication::sendEvent(rows[0], &event);
+        EXPECT_EQ(opened, QStringList{"Xcode"}) << "the row's own menu";
+    }
 }
 
 TEST(DateTexts, LocaleAwareNamesDatesAndSpans) {

@@ -11,8 +11,12 @@
 #include "ui/Translations.h"
 #include "ui/ViewStyle.h"
 
+#include <QAbstractButton>
+#include <QAccessible>
 #include <QApplication>
+#include <QComboBox>
 #include <QDir>
+#include <QLineEdit>
 #include <QImage>
 #include <QLocale>
 #include <QWidget>
@@ -63,6 +67,22 @@ protected:
 
     void add(const std::string& title, MacBlockCategory category, Date start, double minutes) {
         store->upsert(makeBlock(title, category, start, start + minutes * 60));
+    }
+
+    // The controls under `root` (buttons, fields, pickers, whatever Tab
+    // reaches) that a screen reader could not name.
+    static std::string unnamedControls(QWidget& root) {
+        QStringList unnamed;
+        for (QWidget* w : root.findChildren<QWidget*>()) {
+            const bool control = qobject_cast<QAbstractButton*>(w) || qobject_cast<QComboBox*>(w) ||
+                                 qobject_cast<QLineEdit*>(w) || (w->focusPolicy() & Qt::TabFocus);
+            if (!control || !w->isVisibleTo(&root)) continue;
+            const QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(w);
+            if (!accessible || accessible->text(QAccessible::Name).trimmed().isEmpty()) {
+                unnamed << QString::fromLatin1(w->metaObject()->className());
+            }
+        }
+        return unnamed.join(QStringLiteral(", ")).toStdString();
     }
 
     // Saves the widget's picture under build/…/renders for people to look at.
