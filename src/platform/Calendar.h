@@ -25,6 +25,8 @@ public:
     // saving changes; nothing when the date cannot be formed.
     virtual std::optional<Date> addingDays(int days, Date date) const = 0;
     virtual LocalTime localTime(Date date) const = 0;
+    // The weekday weeks start on where the user lives: 1 = Sunday ... 7 = Saturday.
+    virtual int firstWeekday() const = 0;
 };
 
 }  // namespace plenda

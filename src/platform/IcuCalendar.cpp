@@ -73,4 +73,13 @@ LocalTime IcuCalendar::localTime(Date date) const {
     return local;
 }
 
+int IcuCalendar::firstWeekday() const {
+    UErrorCode status = U_ZERO_ERROR;
+    const icu::Locale locale = locale_.empty() ? icu::Locale::getDefault() : icu::Locale(locale_.c_str());
+    const std::unique_ptr<icu::Calendar> calendar(icu::Calendar::createInstance(locale, status));
+    if (U_FAILURE(status)) return 2;
+    const UCalendarDaysOfWeek first = calendar->getFirstDayOfWeek(status);
+    return U_FAILURE(status) ? 2 : int(first);
+}
+
 }  // namespace plenda
