@@ -72,7 +72,7 @@ CloudSyncState::StoredSet CloudSyncState::loadConfirmed() {
         return set;
     }
     std::vector<Uuid> ids((bytes.size() - confirmedFileHeader.size()) / sizeof(Uuid));
-    std::memcpy(ids.data(), bytes.data() + confirmedFileHeader.size(), ids.size() * sizeof(Uuid));
+    if (!ids.empty()) std::memcpy(ids.data(), bytes.data() + confirmedFileHeader.size(), ids.size() * sizeof(Uuid));
     *set.ids = IdSet(ids.begin(), ids.end());
     return set;
 }
@@ -82,7 +82,7 @@ void CloudSyncState::write(const std::string& key, const IdSet& ids) {
     if (key == confirmedKey()) {
         if (!confirmedFile_) return;
         std::string bytes(confirmedFileHeader);
-        bytes.append(reinterpret_cast<const char*>(ids.data()), ids.size() * sizeof(Uuid));
+        if (!ids.empty()) bytes.append(reinterpret_cast<const char*>(ids.data()), ids.size() * sizeof(Uuid));
         confirmedFile_->files.writeFileAtomically(confirmedFile_->path, bytes);
         return;
     }
