@@ -13,6 +13,8 @@
 #include "platform/qt/QtScheduler.h"
 #include "views/ActivitySummaries.h"
 #include "views/DurationText.h"
+#include "views/Export.h"
+#include "views/PeriodOverview.h"
 #include "ui/IconProvider.h"
 #include "ui/TodayView.h"
 #include "ui/Translations.h"
@@ -112,25 +114,98 @@ std::string clockText(Date date) {
     return time.toString(QStringLiteral("HH:mm")).toStdString();
 }
 
+std::string categoryName(MacBlockCategory category) {
+    return qtTrId(std::string(labelKey(category)).c_str()).toStdString();
+}
+
+// Left-aligned in `width` characters (not bytes).
+std::string padded(const std::string& text, std::size_t width) {
+    const std::size_t shown = std::size_t(QString::fromStdString(text).size());
+    return text + std::string(width > shown ? width - shown : 0, ' ');
+}
+
+// The week: each day's total (and its categories, in JSON), the week's
+// total and its average per tracked day, and its activities.
+void printWeek(const PeriodOverview& week, bool json) {
+    const std::string from = isoDateText(week.days.front().date), to = isoDateText(week.days.back().date);
+    if (json) {
+        JsonWriter out;
+        out.beginObject();
+        out.key("from"); out.string(from);
+        out.key("to"); out.string(to);
+        out.key("totalMinutes"); out.number(week.minutes);
+        out.key("averagePerTrackedDay"); out.number(week.averagePerTrackedDay());
+        out.key("days"); out.beginArray();
+        for (const DayTotal& day : week.days) {
+            out.beginObject();
+            out.key("date"); out.string(isoDateText(day.date));
+            out.key("minutes"); out.number(day.minutes);
+            out.key("categories"); out.beginObject();
+            for (std::size_t i = 0; i < allCategories.size(); ++i) {
+                if (day.byCategory[i] <= 0) continue;
+                out.key(rawValue(allCategories[i]));
+                out.number(day.byCategory[i]);
+            }
+            out.endObject();
+            out.endObject();
+        }
+        out.endArray();
+        out.key("activities"); out.beginArray();
+        for (const MacActivitySummary& activity : week.activities) {
+            out.beginObject();
+            out.key("title"); out.string(activity.title);
+            out.key("category"); out.string(rawValue(activity.category));
+            out.key("minutes"); out.number(activity.minutes);
+            out.key("sessions"); out.number(double(activity.sessions));
+            out.endObject();
+        }
+        out.endArray();
+        out.endObject();
+        std::cout << out.text() << "\n";
+        return;
+    }
+    std::cout << from << " – " << to << "  " << formatDuration(week.minutes) << " tracked, "
+              << formatDuration(week.averagePerTrackedDay()) << " a tracked day\n";
+    for (const DayTotal& day : week.days) {
+        const QDate date(day.date.year, day.date.month, day.date.day);
+        std::cout << date.toString(QStringLiteral("ddd yyyy-MM-dd")).toStdString() << "  " << std::setw(8)
+                  << formatDuration(day.minutes) << "\n";
+    }
+    std::size_t titleWidth = 8;
+    for (const auto& a : week.activities) titleWidth = std::max<std::size_t>(titleWidth, QString::fromStdString(a.title).size());
+    std::cout << "\n" << padded("Activity", titleWidth) << "  " << padded("Category", 13) << "  " << std::setw(8)
+              << "Time" << "  " << std::setw(8) << "Sessions\n";
+    for (const auto& a : week.activities) {
+        std::cout << padded(a.title, titleWidth) << "  " << padded(categoryName(a.category), 13) << "  " << std::setw(8)
+                  << formatDuration(a.minutes) << "  " << std::setw(8) << a.sessions << "\n";
+    }
+    if (week.activities.empty()) std::cout << "(nothing tracked)\n";
+}
+
 }  // namespace
 
 std::variant<DayReportOptions, std::string> parseDayReportArguments(const std::vector<std::string_view>& arguments) {
     DayReportOptions options;
+    const auto isDate = [](std::string_view text) {
+        return text.size() == 10 && QDate::fromString(QString::fromUtf8(text.data(), int(text.size())), Qt::ISODate).isValid();
+    };
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const std::string_view argument = arguments[i];
         const auto value = [&]() -> std::optional<std::string_view> {
             if (i + 1 >= arguments.size()) return std::nullopt;
             return arguments[++i];
         };
-        if (argument == "--json") {
-            options.json = true;
-        } else if (argument == "--date" || argument == "--png" || argument == "--size" || argument == "--blocks") {
+        if (argument == "--json" || argument == "--csv" || argument == "--week" || argument == "--activities") {
+            (argument == "--json" ? options.json : argument == "--csv" ? options.csv
+                                                  : argument == "--week" ? options.week
+                                                                         : options.activities) = true;
+        } else if (argument == "--date" || argument == "--from" || argument == "--to" || argument == "--png" ||
+                   argument == "--size" || argument == "--blocks") {
             const auto given = value();
             if (!given) return std::string(argument) + " needs a value";
-            if (argument == "--date") {
-                const QDate date = QDate::fromString(QString::fromUtf8(given->data(), int(given->size())), Qt::ISODate);
-                if (given->size() != 10 || !date.isValid()) return "not a date (YYYY-MM-DD): " + std::string(*given);
-                options.date = std::string(*given);
+            if (argument == "--date" || argument == "--from" || argument == "--to") {
+                if (!isDate(*given)) return "not a date (YYYY-MM-DD): " + std::string(*given);
+                (argument == "--date" ? options.date : argument == "--from" ? options.from : options.to) = std::string(*given);
             } else if (argument == "--png") {
                 options.pngPath = std::string(*given);
             } else if (argument == "--blocks") {
@@ -145,9 +220,16 @@ std::variant<DayReportOptions, std::string> parseDayReportArguments(const std::v
             }
         } else {
             return "unknown argument: " + std::string(argument) +
-                   " (usage: plenda report [--date YYYY-MM-DD] [--json] [--png FILE] [--size WxH])";
+                   " (usage: plenda report [--date YYYY-MM-DD] [--week] [--json] [--png FILE] [--size WxH], or "
+                   "plenda report [--from YYYY-MM-DD --to YYYY-MM-DD] --csv [--activities] | --json)";
         }
     }
+    if (options.from.has_value() != options.to.has_value()) return "--from and --to go together";
+    if (options.from && *options.from > *options.to) return "--from is after --to";
+    if (options.from && options.date) return "--date or --from and --to, not both";
+    if (options.exports() && (options.csv == options.json)) return "an export is --csv or --json";
+    if (options.exports() && (options.week || options.pngPath)) return "an export takes no --week or --png";
+    if (options.activities && !options.csv) return "--activities goes with --csv";
     return options;
 }
 
@@ -182,15 +264,19 @@ int runDayReport(int argc, char** argv) {
     }
     SystemClock clock;
     IcuCalendar calendar;
-    Date day = clock.now();
-    if (options.date) {
-        const QDate date = QDate::fromString(QString::fromStdString(*options.date), Qt::ISODate);
-        day = Date::fromUnixSeconds(double(QDateTime(date, QTime(12, 0)).toSecsSinceEpoch()));
-    }
+    const auto noonOf = [](const std::string& text) {
+        const QDate date = QDate::fromString(QString::fromStdString(text), Qt::ISODate);
+        return Date::fromUnixSeconds(double(QDateTime(date, QTime(12, 0)).toSecsSinceEpoch()));
+    };
+    const Date day = options.date ? noonOf(*options.date) : clock.now();
+    const Date from = options.from ? noonOf(*options.from) : day;
+    const Date to = options.to ? noonOf(*options.to) : day;
 
-    // Only the day's blocks are kept, and the earliest block, which decides
+    // Only the days' blocks are kept, and the earliest block, which decides
     // whether the day window could go back further.
-    const DayRange range = dayRange(calendar, day);
+    const Date first = options.week ? startOfPeriod(calendar, Period::week, day) : calendar.startOfDay(from);
+    const auto last = options.week ? calendar.addingDays(6, first + 12 * 3600.0) : std::optional(to);
+    const DayRange range{first, dayRange(calendar, last.value_or(to)).end};
     std::vector<MacDayBlock> kept;
     std::optional<MacDayBlock> earliest;
     std::string error;
@@ -225,6 +311,16 @@ int runDayReport(int argc, char** argv) {
     QtStringTable strings;
     MacActivityStore store(MacActivityStore::Dependencies{clock, scheduler, calendar, defaults, files, strings,
                                                           true, &Uuid::random, std::cerr});
+    if (options.exports()) {
+        const auto days = exportDays(store, calendar, from, to);
+        std::cout << (options.json ? exportJson(days, calendar) + "\n"
+                                   : options.activities ? activitiesCsv(days, calendar) : blocksCsv(days, calendar));
+        return 0;
+    }
+    if (options.week) {
+        printWeek(periodOverview(store, calendar, Period::week, day), options.json);
+        return 0;
+    }
     if (options.date) {
         const QDate date = QDate::fromString(QString::fromStdString(*options.date), Qt::ISODate);
         store.shiftSelectedDate(int(QDate::currentDate().daysTo(date)));
@@ -274,15 +370,10 @@ int runDayReport(int argc, char** argv) {
         std::size_t titleWidth = 8;
         for (const auto& s : summaries) titleWidth = std::max<std::size_t>(titleWidth, QString::fromStdString(s.title).size());
         std::cout << dayText << "  " << formatDuration(total) << " tracked\n";
-        const auto pad = [](const std::string& text, std::size_t width) {
-            const std::size_t shown = QString::fromStdString(text).size();
-            return text + std::string(width > shown ? width - shown : 0, ' ');
-        };
-        std::cout << pad("Activity", titleWidth) << "  " << pad("Category", 13) << "  " << std::setw(8) << "Time"
+        std::cout << padded("Activity", titleWidth) << "  " << padded("Category", 13) << "  " << std::setw(8) << "Time"
                   << "  " << std::setw(8) << "Sessions" << "  Span\n";
         for (const auto& s : summaries) {
-            const std::string category = qtTrId(std::string(labelKey(s.category)).c_str()).toStdString();
-            std::cout << pad(s.title, titleWidth) << "  " << pad(category, 13) << "  "
+            std::cout << padded(s.title, titleWidth) << "  " << padded(categoryName(s.category), 13) << "  "
                       << std::setw(8) << formatDuration(s.minutes) << "  " << std::setw(8) << s.sessions << "  "
                       << clockText(s.firstStart) << "–" << clockText(s.lastEnd) << "\n";
         }

@@ -26,7 +26,16 @@ TEST(DayReportArguments, RejectsWithOneClearLine) {
         {{"--size", "0x600"}, "not a size (WxH): 0x600"},
         {{"--size", "800x-1"}, "not a size (WxH): 800x-1"},
         {{"--verbose"},
-         "unknown argument: --verbose (usage: plenda report [--date YYYY-MM-DD] [--json] [--png FILE] [--size WxH])"},
+         "unknown argument: --verbose (usage: plenda report [--date YYYY-MM-DD] [--week] [--json] [--png FILE] "
+         "[--size WxH], or plenda report [--from YYYY-MM-DD --to YYYY-MM-DD] --csv [--activities] | --json)"},
+        {{"--from", "2024-03-05", "--csv"}, "--from and --to go together"},
+        {{"--from", "2024-03-05", "--to", "2024-03-04", "--csv"}, "--from is after --to"},
+        {{"--from", "2024-03-05", "--to", "2024-03-06"}, "an export is --csv or --json"},
+        {{"--csv", "--json"}, "an export is --csv or --json"},
+        {{"--csv", "--week"}, "an export takes no --week or --png"},
+        {{"--activities"}, "--activities goes with --csv"},
+        {{"--date", "2024-03-05", "--from", "2024-03-05", "--to", "2024-03-06", "--json"},
+         "--date or --from and --to, not both"},
     };
     for (const auto& c : cases) {
         const auto parsed = parseDayReportArguments(c.arguments);
@@ -45,6 +54,34 @@ TEST(DayReportArguments, ReadsEveryOption) {
     EXPECT_EQ(options.pngPath, "day.png");
     EXPECT_EQ(options.width, 640);
     EXPECT_EQ(options.height, 480.5);
+    const auto range = std::get<DayReportOptions>(
+        parseDayReportArguments({"--from", "2024-03-01", "--to", "2024-03-07", "--csv", "--activities"}));
+    EXPECT_TRUE(range.exports() && range.csv && range.activities);
+    EXPECT_EQ(range.from, "2024-03-01");
+    EXPECT_EQ(range.to, "2024-03-07");
+}
+
+// An export reads the file once for the range it asks for: the days' blocks
+// come out, those before and after stay out.
+TEST(DayReport, ExportsTheBlocksOfARangeOfDays) {
+    const std::string path = testing::TempDir() + "plenda-report-range.json";
+    const auto local = [](int day, int hour) {
+        return Date::fromUnixSeconds(double(QDateTime(QDate(2024, 3, day), QTime(hour, 0)).toSecsSinceEpoch()));
+    };
+    std::vector<MacDayBlock> blocks;
+    for (int day = 1; day <= 9; ++day) blocks.push_back(makeBlock("Day " + std::to_string(day), MacBlockCategory::work, local(day, 9), local(day, 10)));
+    std::ofstream(path) << *encodeBlocks(blocks);
+    const char* argv[] = {"report", "--from", "2024-03-03", "--to", "2024-03-05", "--csv", "--blocks", path.c_str()};
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(runDayReport(8, const_cast<char**>(argv)), 0);
+    const std::string csv = testing::internal::GetCapturedStdout();
+    std::vector<std::string> titles;
+    std::istringstream lines(csv);
+    std::getline(lines, titles.emplace_back());  // the header
+    for (std::string line; std::getline(lines, line);) titles.push_back(line.substr(37, 5));  // after the id
+    EXPECT_EQ(titles, (std::vector<std::string>{"\xEF\xBB\xBFid,title,category,start,end,minutes,type,note\r", "Day 3",
+                                                "Day 4", "Day 5"}));
+    std::remove(path.c_str());
 }
 
 // A block across midnight counts whole on the day it starts, as the day
