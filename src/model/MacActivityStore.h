@@ -111,6 +111,32 @@ public:
     void changeCategory(std::string_view title, MacBlockCategory from, MacBlockCategory to);
     void deleteSummary(std::string_view title, MacBlockCategory category);
 
+    // The user's own blocks and changes of single blocks. None lets a block
+    // cross midnight or end before it starts; what would is refused (false,
+    // or nothing). Each is saved, marked and uploaded as every change is.
+    static constexpr std::string_view manualBlockType = "manual";
+    struct BlockEdit {
+        std::optional<std::string> title = {};
+        std::optional<MacBlockCategory> category = {};
+        std::optional<Date> start = {}, end = {};
+    };
+    // A block of type "manual" whose weight is its span.
+    std::optional<MacDayBlock> addManualBlock(const std::string& title, MacBlockCategory category, Date start,
+                                              Date end, std::optional<std::string> note = std::nullopt);
+    // A changed span sets a manual block's weight to the span and scales any
+    // other block's weight by as much as its span grew or shrank.
+    bool editBlock(const Uuid& id, const BlockEdit& edit);
+    // Two blocks meeting at `at`, the weight shared by their spans; the first keeps the id.
+    bool splitBlock(const Uuid& id, Date at);
+
+    // Every edit above, and the category and delete edits, can be taken back
+    // and done again for as long as the store lives; either is an edit like
+    // any other, saved and synced.
+    bool canUndo() const { return !undoable_.empty(); }
+    bool canRedo() const { return !redoable_.empty(); }
+    void undo();
+    void redo();
+
     // Cloud sync (see StoreSync); without a sync side `finished` is still posted.
     void syncNow(std::function<void()> finished = {});
     void pushPending(std::vector<MacDayBlock> blocks, bool pruneStale, std::function<void()> finished = {});
@@ -164,6 +190,18 @@ private:
     double mergeGapLimit() const;
     double minutesOn(Date date) const;
 
+    // What an edit did to each block it touched: the block before and after
+    // (none: it did not exist, or no longer does).
+    struct BlockChange {
+        Uuid id;
+        std::optional<MacDayBlock> before, after;
+    };
+    using Edit = std::vector<BlockChange>;
+    void remember(Edit edit);
+    // Brings each block to the version given (none: removed), as of now.
+    Edit bringBack(const Edit& edit, bool toBefore);
+    bool isValidSpan(Date start, Date end) const;
+
     Clock& clock_;
     Scheduler& scheduler_;
     Calendar& calendar_;
@@ -194,6 +232,7 @@ private:
     std::optional<BlockFileText::IdChunks> fileIdChunks_;  // instead, until they are needed
     bool blocksFileKnown_ = false;  // read (or found missing) or written once
     ObserverList observers_;
+    std::vector<Edit> undoable_, redoable_;
     Lifetime lifetime_;
 };
 

@@ -112,15 +112,19 @@ void MacActivityStore::changeCategory(std::string_view title, MacBlockCategory f
     const DayRange day = dayRange(calendar_, selectedDate_);
     const Date now = clock_.now();
     std::vector<MacDayBlock> changed;
+    Edit edit;
     for (std::size_t i : blocks_.startingWithin(day.start, day.end)) {
         if (blocks_.at(i).title() != title || blocks_.at(i).category() != from) continue;
+        const MacDayBlock before = blocks_[i];
         blocks_.update(i, [&](MacDayBlock& block) {
             block.category = to;
             block.modifiedAt = now;
         });
         changed.push_back(blocks_[i]);
+        edit.push_back({before.id, before, changed.back()});
     }
     if (changed.empty()) return;
+    remember(std::move(edit));
     scheduleSave();
     publish();
     markDirtyAndUpload(changed);
@@ -144,11 +148,137 @@ void MacActivityStore::deleteSummary(std::string_view title, MacBlockCategory ca
     }
     std::sort(positions.begin(), positions.end());
     blocks_.eraseAt(positions);
+    Edit edit;
+    for (const MacDayBlock& block : removed) edit.push_back({block.id, block, std::nullopt});
+    remember(std::move(edit));
     scheduleSave();
     publish();
     if (cloudSyncDisabled_) return;
     sync_->markDeleted(removed);
     startUpload({});
+}
+
+bool MacActivityStore::isValidSpan(Date start, Date end) const {
+    return end > start && end - start <= maximumSplitSpan && calendar_.isSameDay(start, end);
+}
+
+std::optional<MacDayBlock> MacActivityStore::addManualBlock(const std::string& title, MacBlockCategory category,
+                                                            Date start, Date end, std::optional<std::string> note) {
+    if (title.find_first_not_of(" \t\n") == std::string::npos || !isValidSpan(start, end)) return std::nullopt;
+    const MacDayBlock block{
+        .id = makeUuid_(),
+        .title = title,
+        .category = category,
+        .weight = (end - start) / 60.0,
+        .note = std::move(note),
+        .createdAt = start,
+        .startDate = start,
+        .endDate = end,
+        .blockType = std::string(manualBlockType),
+        .modifiedAt = clock_.now(),
+    };
+    remember({{block.id, std::nullopt, block}});
+    upsert(block);
+    return block;
+}
+
+bool MacActivityStore::editBlock(const Uuid& id, const BlockEdit& edit) {
+    const auto found = blocks_.find(id);
+    if (!found) return false;
+    const MacDayBlock before = blocks_[*found];
+    MacDayBlock after = before;
+    if (edit.title) after.title = *edit.title;
+    if (edit.category) after.category = *edit.category;
+    if (edit.start) after.startDate = *edit.start;
+    if (edit.end) after.endDate = *edit.end;
+    if (after.title.find_first_not_of(" \t\n") == std::string::npos) return false;
+    if (edit.start || edit.end) {
+        if (!isValidSpan(after.effectiveStart(), after.effectiveEnd())) return false;
+        const double span = after.effectiveEnd() - after.effectiveStart();
+        const double was = before.effectiveEnd() - before.effectiveStart();
+        after.weight = after.blockType == manualBlockType || !(was > 0) ? span / 60.0 : before.weight * (span / was);
+    }
+    if (after == before) return true;
+    after.modifiedAt = clock_.now();
+    blocks_.update(*found, [&](MacDayBlock& block) { block = after; });
+    remember({{id, before, after}});
+    scheduleSave();
+    publish();
+    markDirtyAndUpload({after});
+    return true;
+}
+
+bool MacActivityStore::splitBlock(const Uuid& id, Date at) {
+    const auto found = blocks_.find(id);
+    if (!found) return false;
+    const MacDayBlock before = blocks_[*found];
+    const Date start = before.effectiveStart(), end = before.effectiveEnd();
+    if (!(at > start && at < end)) return false;
+    const Date now = clock_.now();
+    MacDayBlock first = before, second = before;
+    const double share = (at - start) / (end - start);
+    first.endDate = at;
+    first.weight = before.weight * share;
+    first.modifiedAt = now;
+    second.id = makeUuid_();
+    second.createdAt = second.startDate.emplace(at);
+    second.weight = before.weight - first.weight;
+    second.modifiedAt = now;
+    blocks_.update(*found, [&](MacDayBlock& block) { block = first; });
+    blocks_.append(second);
+    remember({{id, before, first}, {second.id, std::nullopt, second}});
+    scheduleSave();
+    publish();
+    markDirtyAndUpload({first, second});
+    return true;
+}
+
+void MacActivityStore::remember(Edit edit) {
+    undoable_.push_back(std::move(edit));
+    redoable_.clear();
+}
+
+MacActivityStore::Edit MacActivityStore::bringBack(const Edit& edit, bool toBefore) {
+    const Date now = clock_.now();
+    Edit done;
+    std::vector<MacDayBlock> put, removed;
+    for (const BlockChange& change : edit) {
+        const auto found = blocks_.find(change.id);
+        std::optional<MacDayBlock> current;
+        if (found) current = blocks_[*found];
+        std::optional<MacDayBlock> target = toBefore ? change.before : change.after;
+        // As of now, so that it wins over every version synced so far.
+        if (target) target->modifiedAt = now;
+        if (target) put.push_back(*target);
+        else if (current) removed.push_back(*current);
+        done.push_back({change.id, current, target});
+    }
+    std::vector<Uuid> gone;
+    for (const MacDayBlock& block : removed) gone.push_back(block.id);
+    putBlocks(put, gone);
+    if (!cloudSyncDisabled_) {
+        if (!removed.empty()) sync_->markDeleted(removed);
+        if (!put.empty()) sync_->markBlocksDirty(put);
+        startUpload(put);
+    }
+    return done;
+}
+
+void MacActivityStore::undo() {
+    if (undoable_.empty()) return;
+    const Edit edit = std::move(undoable_.back());
+    undoable_.pop_back();
+    Edit done = bringBack(edit, true);
+    // Done again from what it undid, with the versions as they are now.
+    for (BlockChange& change : done) std::swap(change.before, change.after);
+    redoable_.push_back(std::move(done));
+}
+
+void MacActivityStore::redo() {
+    if (redoable_.empty()) return;
+    const Edit edit = std::move(redoable_.back());
+    redoable_.pop_back();
+    undoable_.push_back(bringBack(edit, false));
 }
 
 }  // namespace plenda

@@ -77,14 +77,22 @@ protected:
         MacActivityStore& store = *device.store;
         const Blocks before = byId(store.blocks());
         const Date now = scheduler.now();
-        const std::size_t action = pick(10);
+        const std::size_t action = pick(15);
         if (action < 7 || before.empty()) {
             store.recordSession(titles[pick(titles.size())], allCategories[pick(3)], now - 20 - pick(60), now,
                                 "Logged automatically on Mac");
         } else {
             const MacDayBlock& target = std::next(before.begin(), pick(before.size()))->second;
-            if (action < 9) store.changeCategory(target.title, target.category, allCategories[3 + pick(3)]);
-            else store.deleteSummary(target.title, target.category);
+            const Date start = target.effectiveStart(), end = target.effectiveEnd();
+            switch (action) {
+                case 7: case 8: store.changeCategory(target.title, target.category, allCategories[3 + pick(3)]); break;
+                case 9: store.deleteSummary(target.title, target.category); break;
+                case 10: store.editBlock(target.id, {.title = titles[pick(titles.size())], .end = end + 30}); break;
+                case 11: store.splitBlock(target.id, start + (end - start) / 2); break;
+                case 12: store.addManualBlock("Run", MacBlockCategory::body, now - 100, now - 40); break;
+                case 13: store.undo(); break;
+                default: store.redo();
+            }
         }
         const Blocks after = byId(store.blocks());
         for (const auto& [id, block] : before) {
