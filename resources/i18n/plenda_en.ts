@@ -140,6 +140,122 @@
         <source>Next day</source>
         <translation>Next day</translation>
     </message>
+    <message id="mac.period">
+        <source>Period</source>
+        <translation>Period</translation>
+    </message>
+    <message id="mac.period.day">
+        <source>Day</source>
+        <translation>Day</translation>
+    </message>
+    <message id="mac.period.week">
+        <source>Week</source>
+        <translation>Week</translation>
+    </message>
+    <message id="mac.period.month">
+        <source>Month</source>
+        <translation>Month</translation>
+    </message>
+    <message id="mac.add.help">
+        <source>Add a block…</source>
+        <translation>Add a block…</translation>
+    </message>
+    <message id="mac.export">
+        <source>Export…</source>
+        <translation>Export…</translation>
+    </message>
+    <message id="mac.week.chart">
+        <source>The week by day</source>
+        <translation>The week by day</translation>
+    </message>
+    <message id="mac.month.chart">
+        <source>The month by day</source>
+        <translation>The month by day</translation>
+    </message>
+    <message id="mac.thisweek">
+        <source>This Week</source>
+        <translation>This Week</translation>
+    </message>
+    <message id="mac.thismonth">
+        <source>This Month</source>
+        <translation>This Month</translation>
+    </message>
+    <message id="mac.weekof">
+        <source>Week of %1</source>
+        <translation>Week of %1</translation>
+    </message>
+    <message id="mac.average">
+        <source>%1 a tracked day</source>
+        <translation>%1 a tracked day</translation>
+    </message>
+    <message id="mac.add.title">
+        <source>Add a Block</source>
+        <translation>Add a Block</translation>
+    </message>
+    <message id="mac.add.placeholder">
+        <source>A run, lunch, the commute…</source>
+        <translation>A run, lunch, the commute…</translation>
+    </message>
+    <message id="mac.field.title">
+        <source>Title</source>
+        <translation>Title</translation>
+    </message>
+    <message id="mac.field.day">
+        <source>Day</source>
+        <translation>Day</translation>
+    </message>
+    <message id="mac.field.start">
+        <source>Start</source>
+        <translation>Start</translation>
+    </message>
+    <message id="mac.field.end">
+        <source>End</source>
+        <translation>End</translation>
+    </message>
+    <message id="mac.field.duration">
+        <source>Duration</source>
+        <translation>Duration</translation>
+    </message>
+    <message id="mac.field.note">
+        <source>Note</source>
+        <translation>Note</translation>
+    </message>
+    <message id="mac.add">
+        <source>Add</source>
+        <translation>Add</translation>
+    </message>
+    <message id="mac.add.midnight">
+        <source>A block ends after it starts, on the same day.</source>
+        <translation>A block ends after it starts, on the same day.</translation>
+    </message>
+    <message id="mac.edit">
+        <source>Edit…</source>
+        <translation>Edit…</translation>
+    </message>
+    <message id="mac.edit.title">
+        <source>Edit %1</source>
+        <translation>Edit %1</translation>
+    </message>
+    <message id="mac.edit.blocks">
+        <source>Its blocks</source>
+        <translation>Its blocks</translation>
+    </message>
+    <message id="mac.edit.apply">
+        <source>Apply</source>
+        <translation>Apply</translation>
+    </message>
+    <message id="mac.edit.split">
+        <source>Split at</source>
+        <translation>Split at</translation>
+    </message>
+    <message id="mac.edit.refused">
+        <source>Not changed: a block ends after it starts, on the same day, and has a title.</source>
+        <translation>Not changed: a block ends after it starts, on the same day, and has a title.</translation>
+    </message>
+    <message id="mac.edit.split.refused">
+        <source>A block is split at a time between its start and its end.</source>
+        <translation>A block is split at a time between its start and its end.</translation>
+    </message>
     <message id="mac.day.treemap">
         <source>The day by time spent</source>
         <translation>The day by time spent</translation>

@@ -7,6 +7,7 @@
 // callback (tracking's setCategoryOverride in the application).
 
 #include "model/BlockFileText.h"
+#include "platform/Calendar.h"
 #include "model/MacDayBlock.h"
 #include "base/Observers.h"
 #include "platform/Files.h"
@@ -106,10 +107,14 @@ public:
     double selectedDayMinutes() const;
     std::optional<Date> earliestBlockDate() const;
 
-    // Edits of one activity (title and category) of the selected day.
+    // The day shown: moved by days, or to the day holding `date`; never past now.
     void shiftSelectedDate(int days);
-    void changeCategory(std::string_view title, MacBlockCategory from, MacBlockCategory to);
-    void deleteSummary(std::string_view title, MacBlockCategory category);
+    void selectDate(Date date);
+    // Edits of one activity (title and category) of the selected day, or of
+    // the days `within` (a week or a month shown).
+    void changeCategory(std::string_view title, MacBlockCategory from, MacBlockCategory to,
+                        std::optional<DayRange> within = std::nullopt);
+    void deleteSummary(std::string_view title, MacBlockCategory category, std::optional<DayRange> within = std::nullopt);
 
     // The user's own blocks and changes of single blocks. None lets a block
     // cross midnight or end before it starts; what would is refused (false,

@@ -105,11 +105,17 @@ void MacActivityStore::shiftSelectedDate(int days) {
     publish();
 }
 
-void MacActivityStore::changeCategory(std::string_view title, MacBlockCategory from, MacBlockCategory to) {
+void MacActivityStore::selectDate(Date date) {
+    selectedDate_ = std::min(date, clock_.now());
+    publish();
+}
+
+void MacActivityStore::changeCategory(std::string_view title, MacBlockCategory from, MacBlockCategory to,
+                                      std::optional<DayRange> within) {
     if (from == to) return;
     rememberCategory(title, to);
 
-    const DayRange day = dayRange(calendar_, selectedDate_);
+    const DayRange day = within.value_or(dayRange(calendar_, selectedDate_));
     const Date now = clock_.now();
     std::vector<MacDayBlock> changed;
     Edit edit;
@@ -130,8 +136,8 @@ void MacActivityStore::changeCategory(std::string_view title, MacBlockCategory f
     markDirtyAndUpload(changed);
 }
 
-void MacActivityStore::deleteSummary(std::string_view title, MacBlockCategory category) {
-    const DayRange day = dayRange(calendar_, selectedDate_);
+void MacActivityStore::deleteSummary(std::string_view title, MacBlockCategory category, std::optional<DayRange> within) {
+    const DayRange day = within.value_or(dayRange(calendar_, selectedDate_));
     std::set<Uuid> ids;
     std::vector<MacDayBlock> removed;
     for (std::size_t i : blocks_.startingWithin(day.start, day.end)) {

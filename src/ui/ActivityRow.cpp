@@ -14,6 +14,7 @@
 #include <QScrollArea>
 
 #include <climits>
+#include <utility>
 
 namespace plenda {
 
@@ -57,7 +58,15 @@ QString ActivityRow::sessionsText() const {
 }
 
 QString ActivityRow::spanText() const {
-    return timeSpan(calendar_.localTime(summary_.firstStart), calendar_.localTime(summary_.lastEnd));
+    const LocalTime from = calendar_.localTime(summary_.firstStart), to = calendar_.localTime(summary_.lastEnd);
+    return spansDays_ ? daysSpan(from, to) : timeSpan(from, to);
+}
+
+void ActivityRow::setSpansDays(bool spansDays) {
+    if (spansDays == spansDays_) return;
+    spansDays_ = spansDays;
+    MacActivitySummary summary = std::exchange(summary_, {});
+    setSummary(std::move(summary));
 }
 
 void ActivityRow::paintEvent(QPaintEvent*) {
@@ -172,7 +181,7 @@ void ActivityRow::focusOutEvent(QFocusEvent* event) {
 }
 
 void ActivityRow::showMenu(QPoint globalPosition) {
-    SummaryContextMenu menu(summary_, store_, this, chooseForApplication_);
+    SummaryContextMenu menu(summary_, store_, this, menuActions_);
     menu.exec(globalPosition);
 }
 

@@ -20,9 +20,11 @@ public:
     static constexpr int verticalInset = 4;
 
     ActivityRow(MacActivityStore& store, const Calendar& calendar, QWidget* parent = nullptr);
-    void setApplicationCategoryChooser(ApplicationCategoryChooser chooser) { chooseForApplication_ = std::move(chooser); }
+    void setMenuActions(SummaryMenuActions actions) { menuActions_ = std::move(actions); }
 
     void setSummary(MacActivitySummary summary);
+    // For a week's activity: the span names its days.
+    void setSpansDays(bool spansDays);
     const MacActivitySummary& summary() const { return summary_; }
     bool isHovering() const { return isHovering_; }
     QRectF cardRect() const;
@@ -45,10 +47,11 @@ private:
     void showMenu(QPoint globalPosition);
 
     MacActivityStore& store_;
-    ApplicationCategoryChooser chooseForApplication_;
+    SummaryMenuActions menuActions_;
     const Calendar& calendar_;
     MacActivitySummary summary_;
     bool isHovering_ = false;
+    bool spansDays_ = false;
 };
 
 }  // namespace plenda

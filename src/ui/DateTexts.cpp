@@ -45,4 +45,11 @@ QString timeSpan(const LocalTime& from, const LocalTime& to, const QLocale& loca
     return shortTime(from, locale) + QChar(0x2013) + shortTime(to, locale);
 }
 
+QString daysSpan(const LocalTime& from, const LocalTime& to, const QLocale& locale) {
+    // The calendar counts Sunday as 1, Qt counts Monday as 1.
+    const auto day = [&](const LocalTime& time) { return locale.dayName((time.weekday + 5) % 7 + 1, QLocale::ShortFormat); };
+    return day(from) + QLatin1Char(' ') + shortTime(from, locale) + QChar(0x2013) + day(to) + QLatin1Char(' ') +
+           shortTime(to, locale);
+}
+
 }  // namespace plenda

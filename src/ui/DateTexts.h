@@ -16,5 +16,7 @@ QString abbreviatedDate(const LocalTime& time, const QLocale& locale = QLocale()
 QString shortTime(const LocalTime& time, const QLocale& locale = QLocale());
 // "9:05 AM–10:40 AM": two short times joined by an en dash.
 QString timeSpan(const LocalTime& from, const LocalTime& to, const QLocale& locale = QLocale());
+// "Mon 9:05 AM–Fri 6:40 PM": the same with each time's weekday, for spans over days.
+QString daysSpan(const LocalTime& from, const LocalTime& to, const QLocale& locale = QLocale());
 
 }  // namespace plenda

@@ -29,8 +29,10 @@ void addCategoryItems(QMenu& menu, MacBlockCategory current,
 }  // namespace
 
 SummaryContextMenu::SummaryContextMenu(MacActivitySummary summary, MacActivityStore& store, QWidget* parent,
-                                       const ApplicationCategoryChooser& chooseForApplication)
+                                       const SummaryMenuActions& actions)
     : QMenu(parent) {
+    const auto within = actions.within;
+    const auto& chooseForApplication = actions.chooseForApplication;
     addAction(shownTitle(summary.title))->setEnabled(false);
     addAction(localized(labelKey(summary.category)) + QStringLiteral(" · ") +
               QString::fromStdString(formatDuration(summary.minutes)))
@@ -40,21 +42,25 @@ SummaryContextMenu::SummaryContextMenu(MacActivitySummary summary, MacActivitySt
     // One category at a time: radio items, not check boxes.
     categoryMenu_ = addMenu(localized("mac.category"));
     addCategoryItems(*categoryMenu_, summary.category,
-                     [&store, summary](MacBlockCategory category) { changeCategory(store, summary, category); });
+                     [&store, summary, within](MacBlockCategory category) { changeCategory(store, summary, category, within); });
     if (const auto application = applicationOfTitle(summary.title); application && chooseForApplication) {
         applicationCategoryMenu_ =
             addMenu(localized("mac.category.application").arg(QString::fromUtf8(application->data(),
                                                                                   qsizetype(application->size()))));
         addCategoryItems(*applicationCategoryMenu_, summary.category,
-                         [&store, summary, chooseForApplication, name = std::string(*application)](MacBlockCategory category) {
-                             changeCategory(store, summary, category);
+                         [&store, summary, within, chooseForApplication, name = std::string(*application)](MacBlockCategory category) {
+                             changeCategory(store, summary, category, within);
                              chooseForApplication(name, category);
                          });
     }
     addSeparator();
 
+    if (actions.edit && !summary.isAggregate) {
+        editAction_ = addAction(localized("mac.edit"));
+        connect(editAction_, &QAction::triggered, this, [edit = actions.edit, summary] { edit(summary); });
+    }
     deleteAction_ = addAction(localized("mac.delete"));
-    connect(deleteAction_, &QAction::triggered, this, [&store, summary] { deleteSummary(store, summary); });
+    connect(deleteAction_, &QAction::triggered, this, [&store, summary, within] { deleteSummary(store, summary, within); });
 }
 
 }  // namespace plenda

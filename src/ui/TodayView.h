@@ -3,6 +3,7 @@
 #include "base/Observers.h"
 #include "ui/SummaryContextMenu.h"
 #include "views/MacActivitySummary.h"
+#include "views/PeriodOverview.h"
 #include "views/ViewColors.h"
 
 #include <QWidget>
@@ -11,6 +12,7 @@
 #include <optional>
 #include <vector>
 
+class QDialog;
 class QScrollArea;
 class QScrollBar;
 class QVBoxLayout;
@@ -22,11 +24,16 @@ class Calendar;
 class Clock;
 class IconProvider;
 class MacActivityStore;
+class MonthGrid;
+class PeriodPicker;
 class SymbolButton;
 class TreemapView;
+class WeekChart;
 
-// The day window's content: header with day, total, day stepping and sync
-// status; the day's treemap above its list, or an empty state.
+// The day window's content: header with the day (or week, or month), its
+// total, stepping, adding, exporting and sync status; the day's treemap
+// above its list, or an empty state; the week's bars above its activities;
+// the month's calendar. Undo and redo take edits back and do them again.
 class TodayView final : public QWidget {
 public:
     struct Actions {
@@ -34,6 +41,11 @@ public:
         std::function<void()> openSettings;
         // "Always for this application" in a summary's menu; none: not offered.
         ApplicationCategoryChooser chooseCategoryForApplication;
+        // Where to export to, given a suggested file name; empty: cancelled.
+        // None: a save dialog asks.
+        std::function<QString(const QString& suggested)> chooseExportFile = {};
+        // Opens a sheet (add, edit) and returns when it is closed. None: modally, over this window.
+        std::function<void(QDialog&)> showSheet = {};
     };
 
     TodayView(MacActivityStore& store, const Clock& clock, const Calendar& calendar, const IconProvider& icons,
@@ -45,11 +57,22 @@ public:
 
     QString titleText() const { return title_; }
     QString subtitleText() const { return subtitle_; }
-    bool isShowingEmptyState() const { return summaries_.empty(); }
+    bool isShowingEmptyState() const { return period_ == Period::day && summaries_.empty(); }
     SymbolButton* previousDayButton() const { return previous_; }
     SymbolButton* nextDayButton() const { return next_; }
     SymbolButton* syncButton() const { return sync_; }
     SymbolButton* settingsButton() const { return settings_; }
+    SymbolButton* addButton() const { return add_; }
+    SymbolButton* exportButton() const { return export_; }
+    PeriodPicker* periodPicker() const { return picker_; }
+    Period period() const { return period_; }
+    void showPeriod(Period period);
+    WeekChart* weekChart() const { return week_; }
+    MonthGrid* monthGrid() const { return month_; }
+    // The shown days written where the user chose; false when cancelled or not written.
+    bool exportShownDays();
+    void addBlock();
+    void editActivity(const MacActivitySummary& summary);
     TreemapView* treemap() const { return treemap_; }
     QScrollArea* list() const { return list_; }
     // Floats over the list's right margin, so rows stay centred.
@@ -64,6 +87,10 @@ protected:
 
 private:
     void layoutChildren();
+    void step(int periods);
+    void openDay(Date day);
+    DayRange shownRange() const;
+    void showSheet(QDialog& sheet);
     void styleScroller();
     double titleBaseline() const;
     void paintHeader(QPainter& painter);
@@ -77,15 +104,22 @@ private:
 
     SymbolButton* previous_;
     SymbolButton* next_;
+    SymbolButton* add_;
+    SymbolButton* export_;
     SymbolButton* sync_;
     SymbolButton* settings_;
+    PeriodPicker* picker_;
     TreemapView* treemap_;
+    WeekChart* week_;
+    MonthGrid* month_;
     QScrollArea* list_;
     QWidget* listContent_;
     QVBoxLayout* listLayout_;
     QScrollBar* scroller_;
     std::vector<ActivityRow*> rowPool_;
 
+    Period period_ = Period::day;
+    PeriodOverview overview_;  // of the week or month shown
     std::vector<MacActivitySummary> summaries_;
     QString title_;
     QString subtitle_;

@@ -89,7 +89,7 @@ bool TreemapView::event(QEvent* event) {
 void TreemapView::contextMenuEvent(QContextMenuEvent* event) {
     const TreemapTile* tile = tileAt(event->pos());
     if (!tile) return;
-    SummaryContextMenu menu(tile->summary, store_, this, chooseForApplication_);
+    SummaryContextMenu menu(tile->summary, store_, this, menuActions_);
     menu.exec(event->globalPos());
 }
 

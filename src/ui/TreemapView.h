@@ -20,7 +20,7 @@ public:
     static constexpr int shadowMargin = 8;
 
     TreemapView(MacActivityStore& store, QWidget* parent = nullptr);
-    void setApplicationCategoryChooser(ApplicationCategoryChooser chooser) { chooseForApplication_ = std::move(chooser); }
+    void setMenuActions(SummaryMenuActions actions) { menuActions_ = std::move(actions); }
 
     void setSummaries(std::vector<MacActivitySummary> summaries);
     const std::vector<MacActivitySummary>& summaries() const { return summaries_; }
@@ -44,7 +44,7 @@ private:
     void relayout();
 
     MacActivityStore& store_;
-    ApplicationCategoryChooser chooseForApplication_;
+    SummaryMenuActions menuActions_;
     std::vector<MacActivitySummary> summaries_;
     std::vector<TreemapTile> tiles_;
     double spacing_ = 4;

@@ -91,13 +91,14 @@ std::vector<MacActivitySummary> notchSummaries(const MacActivityStore& store, Da
     return summaries;
 }
 
-void changeCategory(MacActivityStore& store, const MacActivitySummary& summary, MacBlockCategory category) {
+void changeCategory(MacActivityStore& store, const MacActivitySummary& summary, MacBlockCategory category,
+                    std::optional<DayRange> within) {
     if (summary.isAggregate) return;
-    store.changeCategory(summary.title, summary.category, category);
+    store.changeCategory(summary.title, summary.category, category, within);
 }
 
-void deleteSummary(MacActivityStore& store, const MacActivitySummary& summary) {
-    store.deleteSummary(summary.title, summary.category);
+void deleteSummary(MacActivityStore& store, const MacActivitySummary& summary, std::optional<DayRange> within) {
+    store.deleteSummary(summary.title, summary.category, within);
 }
 
 }  // namespace plenda

@@ -2,6 +2,7 @@
 
 #include "base/Date.h"
 #include "model/MacDayBlock.h"
+#include "platform/Calendar.h"
 #include "views/MacActivitySummary.h"
 
 #include <string>
@@ -30,9 +31,10 @@ std::vector<MacActivitySummary> treemapSummaries(std::vector<MacActivitySummary>
 std::vector<MacActivitySummary> treemapSummaries(const MacActivityStore& store, const StringTable& strings);
 
 // The store's edits of the activity a summary shows (its blocks of the
-// selected day); the aggregate's category cannot be changed.
-void changeCategory(MacActivityStore& store, const MacActivitySummary& summary, MacBlockCategory category);
-void deleteSummary(MacActivityStore& store, const MacActivitySummary& summary);
+// selected day, or of the days `within`); the aggregate's category cannot be changed.
+void changeCategory(MacActivityStore& store, const MacActivitySummary& summary, MacBlockCategory category,
+                    std::optional<DayRange> within = std::nullopt);
+void deleteSummary(MacActivityStore& store, const MacActivitySummary& summary, std::optional<DayRange> within = std::nullopt);
 
 // The first six of the day that contains `now`, whatever day is selected.
 std::vector<MacActivitySummary> notchSummaries(const MacActivityStore& store, Date now);

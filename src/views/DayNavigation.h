@@ -14,4 +14,8 @@ bool canShowPreviousDay(Date selectedDate, std::optional<Date> earliestBlockDate
 // Never past the day that contains now.
 bool canShowNextDay(const Calendar& calendar, Date selectedDate, Date now);
 
+// The instant of a wall-clock time on the day holding `day` (the first of a
+// repeated hour; past a skipped one).
+Date atLocalTime(const Calendar& calendar, Date day, int hour, int minute);
+
 }  // namespace plenda

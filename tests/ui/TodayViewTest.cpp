@@ -1,6 +1,9 @@
 #include "ViewFixture.h"
 #include "ui/ActivityRow.h"
+#include "ui/BlockSheets.h"
+#include "ui/PeriodCharts.h"
 #include "ui/DateTexts.h"
+#include "ui/PeriodPicker.h"
 #include "views/DayWindowLayout.h"
 #include "ui/SummaryContextMenu.h"
 #include "ui/SymbolButton.h"
@@ -8,10 +11,22 @@
 #include "ui/TreemapView.h"
 
 #include <QAccessible>
+#include <QDialog>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QMouseEvent>
+#include <QShortcut>
+#include <QSpinBox>
+#include <QTemporaryDir>
+#include <QTimeEdit>
 #include <QActionGroup>
 #include <QApplication>
 #include <QMenu>
 #include <QTimer>
+
+#include <numeric>
 #include <QFontMetricsF>
 #include <QKeyEvent>
 #include <QScrollArea>
@@ -99,7 +114,7 @@ TEST_F(TodayViewTest, DayButtonsHeaderActionsContextMenuAndAppearance) {
         EXPECT_EQ(button->accessibleName(), help) << "screen readers name every control";
     }
 
-    SummaryContextMenu menu(v.rows()[0]->summary(), *store, nullptr, [](std::string_view, MacBlockCategory) {});
+    SummaryContextMenu menu(v.rows()[0]->summary(), *store, nullptr, {[](std::string_view, MacBlockCategory) {}});
     EXPECT_FALSE(menu.applicationCategoryMenu()) << "\"Xcode\" names no project, so the activity is the application";
     QStringList texts;
     for (QAction* a : menu.actions()) texts << (a->isSeparator() ? "-" : a->text());
@@ -126,9 +141,9 @@ TEST_F(TodayViewTest, DayButtonsHeaderActionsContextMenuAndAppearance) {
     ASSERT_EQ(v.rows().size(), 2u);
     const auto rows = v.rows();
     const auto ide = std::ranges::find_if(rows, [](ActivityRow* r) { return r->summary().category == C::entertainment; });
-    SummaryContextMenu third((*ide)->summary(), *store, &v, [this](std::string_view app, MacBlockCategory c) {
+    SummaryContextMenu third((*ide)->summary(), *store, &v, {[this](std::string_view app, MacBlockCategory c) {
         chosenForApplication.emplace_back(app, c);
-    });
+    }});
     ASSERT_TRUE(third.applicationCategoryMenu());
     EXPECT_EQ(third.applicationCategoryMenu()->title(), "Always for IntelliJ IDEA");
     third.applicationCategoryMenu()->actions()[2]->trigger();  // Work
@@ -162,7 +177,8 @@ TEST_F(TodayViewTest, KeyboardReachesEveryControlAndScreenReadersCanNameThem) {
     }
     const auto rows = v.rows();
     ASSERT_EQ(rows.size(), 2u);
-    EXPECT_EQ(tabOrder, (std::vector<QWidget*>{v.previousDayButton(), v.syncButton(), v.settingsButton(), rows[0], rows[1]}))
+    EXPECT_EQ(tabOrder, (std::vector<QWidget*>{v.periodPicker(), v.previousDayButton(), v.addButton(), v.exportButton(),
+                                               v.syncButton(), v.settingsButton(), rows[0], rows[1]}))
         << "the next-day arrow is off on today";
 
     EXPECT_EQ(unnamedControls(v), "");
@@ -191,6 +207,135 @@ TEST_F(TodayViewTest, KeyboardReachesEveryControlAndScreenReadersCanNameThem) {
         QCoreApplication::sendEvent(rows[0], &event);
         EXPECT_EQ(opened, QStringList{"Xcode"}) << "the row's own menu";
     }
+}
+
+// A week and a month at a glance; the sheets that add and edit blocks; undo
+// and redo; export of the days shown. Pictures of the week and month for
+// people to look at.
+TEST_F(TodayViewTest, WeeksMonthsSheetsUndoAndExport) {
+    begin(at(2023, 3, 15, 18));  // a Wednesday
+    const C categories[] = {C::work, C::social, C::mind, C::body, C::entertainment, C::chores, C::meals,
+                            C::commute, C::sleep, C::selfCare};
+    for (int day = 1; day <= 15; ++day) {
+        for (int i = 0; i < 10; ++i) {
+            if ((day + i) % 3 == 0) continue;
+            add("Activity " + std::to_string(i), categories[i], at(2023, 3, day, 8 + i), 10.0 * (i + 1) * (day % 4 + 1) / 4);
+        }
+    }
+    std::vector<QDialog*> sheets;
+    std::function<void(QDialog&)> onSheet = [](QDialog&) {};
+    QStringList exportedTo;
+    QTemporaryDir folder;
+    view = std::make_unique<TodayView>(*store, scheduler, calendar, icons,
+                                       TodayView::Actions{{}, {}, {},
+                                                          [&](const QString& suggested) {
+                                                              exportedTo << suggested;
+                                                              return folder.filePath(suggested);
+                                                          },
+                                                          [&](QDialog& sheet) { onSheet(sheet); }});
+    TodayView& v = *view;
+    v.resize(760, 620);
+    v.setAttribute(Qt::WA_DontShowOnScreen);
+    v.show();
+
+    v.showPeriod(Period::week);
+    EXPECT_EQ(v.titleText(), "This Week");
+    const PeriodOverview& week = v.weekChart()->overview();
+    ASSERT_EQ(week.days.size(), 7u);
+    EXPECT_TRUE(v.subtitleText().contains("a tracked day")) << v.subtitleText().toStdString();
+    // Bars are as tall as their day's time is long.
+    std::size_t busiest = 0;
+    for (std::size_t i = 0; i < 7; ++i) busiest = week.days[i].minutes > week.days[busiest].minutes ? i : busiest;
+    for (std::size_t i = 0; i < 7; ++i) {
+        EXPECT_NEAR(v.weekChart()->barRect(i).height() / v.weekChart()->barRect(busiest).height(),
+                    week.days[i].minutes / week.days[busiest].minutes, 0.02);
+    }
+    ASSERT_EQ(v.rows().size(), 8u) << "seven activities and the rest, as a day's treemap folds them";
+    EXPECT_EQ(v.rows().back()->summary().title, "Other");
+    EXPECT_TRUE(v.rows().front()->spanText().contains("–")) << "a week's span names its days";
+    for (const Appearance appearance : {Appearance::light, Appearance::dark}) {
+        setForcedAppearance(appearance);
+        saveRender(v, QStringLiteral("week-%1.png").arg(appearance == Appearance::dark ? "dark" : "light"));
+    }
+    v.previousDayButton()->click();
+    EXPECT_TRUE(v.titleText().startsWith("Week of")) << v.titleText().toStdString();
+    v.nextDayButton()->click();
+    EXPECT_EQ(v.titleText(), "This Week");
+    EXPECT_FALSE(v.nextDayButton()->isEnabled());
+
+    // The days shown, exported: blocks, and each day's activities beside them.
+    ASSERT_TRUE(v.exportShownDays());
+    const QString blocksFile = folder.filePath(exportedTo.front());
+    QString activitiesFile = blocksFile;
+    activitiesFile.insert(activitiesFile.size() - 4, " activities");
+    QFile exported(blocksFile), activities(activitiesFile);
+    ASSERT_TRUE(exported.open(QIODevice::ReadOnly) && activities.open(QIODevice::ReadOnly));
+    const auto blockRows = exported.readAll().count("\r\n") - 1;
+    EXPECT_EQ(blockRows, std::accumulate(week.days.begin(), week.days.end(), 0,
+                                         [&](int n, const DayTotal& d) { return n + int(store->blocksOnDay(d.range.start).size()); }));
+    EXPECT_EQ(exported.permissions() & (QFileDevice::ReadGroup | QFileDevice::ReadOther), 0) << "private to the user";
+
+    v.showPeriod(Period::month);
+    EXPECT_EQ(v.titleText(), "This Month");
+    EXPECT_EQ(v.monthGrid()->overview().days.size(), 31u);
+    for (const Appearance appearance : {Appearance::dark, Appearance::light}) {
+        setForcedAppearance(appearance);
+        saveRender(v, QStringLiteral("month-%1.png").arg(appearance == Appearance::dark ? "dark" : "light"));
+    }
+    const QRectF tenth = v.monthGrid()->cellRect(9);
+    QMouseEvent click(QEvent::MouseButtonPress, tenth.center(), v.monthGrid()->mapToGlobal(tenth.center()),
+                      Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(v.monthGrid(), &click);
+    EXPECT_EQ(v.period(), Period::day) << "a day of the month opens that day";
+    EXPECT_EQ(v.titleText(), "Friday");
+
+    // A block the tracker could not see, added through the sheet, then undone and redone.
+    onSheet = [&](QDialog& sheet) {
+        auto& add = dynamic_cast<AddBlockSheet&>(sheet);
+        add.titleField()->setText("Run");
+        add.startField()->setTime(QTime(7, 0));
+        add.durationField()->setValue(45);
+        EXPECT_EQ(add.endField()->time(), QTime(7, 45));
+        add.accept();
+    };
+    const std::size_t before = v.rows().size();
+    v.addButton()->click();
+    ASSERT_EQ(v.rows().size(), before + 1);
+    const auto blocks = store->blocks();
+    const auto run = std::ranges::find_if(blocks, [](const MacDayBlock& b) { return b.title == "Run"; });
+    ASSERT_NE(run, blocks.end());
+    EXPECT_EQ(run->blockType, "manual");
+    EXPECT_EQ(run->startDate, at(2023, 3, 10, 7));
+    EXPECT_EQ(run->weight, 45);
+    const auto shortcut = [&](QKeySequence::StandardKey key) {
+        for (QShortcut* s : v.findChildren<QShortcut*>()) {
+            if (s->key() == QKeySequence(key)) emit s->activated();
+        }
+    };
+    shortcut(QKeySequence::Undo);
+    EXPECT_EQ(v.rows().size(), before);
+    shortcut(QKeySequence::Redo);
+    EXPECT_EQ(v.rows().size(), before + 1);
+
+    // Edit… lists the activity's blocks of the day; one is changed, then split.
+    onSheet = [&](QDialog& sheet) {
+        auto& edit = dynamic_cast<EditBlocksSheet&>(sheet);
+        ASSERT_EQ(edit.list()->count(), 1);
+        edit.endField()->setTime(QTime(8, 0));
+        EXPECT_TRUE(edit.apply());
+        edit.splitField()->setTime(QTime(7, 30));
+        EXPECT_TRUE(edit.split());
+        EXPECT_EQ(edit.list()->count(), 2);
+        edit.endField()->setTime(QTime(6, 0));
+        EXPECT_FALSE(edit.apply());
+        EXPECT_FALSE(edit.problem()->text().isEmpty()) << "says why";
+    };
+    const auto rows = v.rows();
+    const auto runRow = std::ranges::find_if(rows, [](ActivityRow* r) { return r->summary().title == "Run"; });
+    ASSERT_NE(runRow, rows.end());
+    v.editActivity((*runRow)->summary());
+    const auto runs = store->blocksOnDay(at(2023, 3, 10));
+    EXPECT_EQ(std::ranges::count_if(runs, [](const MacDayBlock& b) { return b.title == "Run"; }), 2);
 }
 
 TEST(DateTexts, LocaleAwareNamesDatesAndSpans) {
