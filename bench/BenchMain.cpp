@@ -49,8 +49,12 @@ public:
             ratio(std::string("saveWallTime/") + size, std::string("rawWriteOf/") + size, 2);
         }
         ratio("sessionInAll/365000", "rawWriteCpuOf/365000", 2);
-        limit("BM_DayWindowRedraw/720/560", 0.016);
-        limit("BM_DayWindowRedraw/1200/900", 0.016);
+        // Each period's redraw at a million blocks, and the week's and month's queries.
+        for (const char* shown : {"/720/560/0", "/1200/900/0", "/720/560/1", "/720/560/2"}) {
+            limit(std::string("BM_DayWindowRedraw") + shown, 0.016);
+        }
+        limit("BM_PeriodQuery/1", 0.001);
+        limit("BM_PeriodQuery/2", 0.001);
         limit("writeIdSet365k", 0.050);
         ratio("idleSyncTick/365k", "idleSyncTick/Empty", 2);
         ratio("idleSyncTick/365kNoCloud", "idleSyncTick/Empty", 2);

@@ -1,5 +1,6 @@
 // The day window's whole redraw path over a million blocks (27 years of
-// heavy use): day query, folding, treemap layout and painting offscreen.
+// heavy use): day query, folding, treemap layout and painting offscreen; the
+// same for the week and the month, and their queries alone.
 #include "SyntheticBlocks.h"
 
 #include "fakes/KeyStringTable.h"
@@ -12,6 +13,7 @@
 #include "views/ActivitySummaries.h"
 #include "ui/BundledIconProvider.h"
 #include "ui/TodayView.h"
+#include "views/PeriodOverview.h"
 #include "views/TreemapLayout.h"
 #include "ui/Translations.h"
 
@@ -65,6 +67,18 @@ void BM_DayFoldingAndLayout(benchmark::State& state) {
 }
 BENCHMARK(BM_DayFoldingAndLayout)->Unit(benchmark::kMillisecond);
 
+void BM_PeriodQuery(benchmark::State& state) {
+    Decade& d = decade();
+    const auto period = Period(state.range(0));
+    for (auto _ : state) {
+        const auto overview = periodOverview(*d.store, d.calendar, period, d.store->selectedDate());
+        benchmark::DoNotOptimize(overview.minutes);
+    }
+    state.counters["blocks"] = double(d.store->blockCount());
+}
+BENCHMARK(BM_PeriodQuery)->Arg(int(Period::week))->Arg(int(Period::month))->Unit(benchmark::kMillisecond);
+
+// Arguments: width, height, and the period shown (day, week, month).
 void BM_DayWindowRedraw(benchmark::State& state) {
     Decade& d = decade();
     const QSize size(int(state.range(0)), int(state.range(1)));
@@ -72,6 +86,7 @@ void BM_DayWindowRedraw(benchmark::State& state) {
     view.setAttribute(Qt::WA_DontShowOnScreen);
     view.show();
     view.resize(size);
+    view.showPeriod(Period(state.range(2)));
     QImage image(size, QImage::Format_ARGB32_Premultiplied);
     for (auto _ : state) {
         view.reload();
@@ -82,7 +97,10 @@ void BM_DayWindowRedraw(benchmark::State& state) {
     }
     state.counters["blocks"] = double(d.store->blockCount());
 }
-BENCHMARK(BM_DayWindowRedraw)->Args({720, 560})->Args({1200, 900})->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_DayWindowRedraw)
+    ->Args({720, 560, int(Period::day)})->Args({1200, 900, int(Period::day)})
+    ->Args({720, 560, int(Period::week)})->Args({720, 560, int(Period::month)})
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace plenda

@@ -90,7 +90,9 @@ public:
     MacDayBlock operator[](std::size_t i) const { return list_[i]; }
     std::vector<MacDayBlock> all() const { return list_.all(); }
     std::optional<std::size_t> find(const Uuid& id) const { return list_.find(id); }
-    std::vector<std::size_t> startingWithin(Date from, Date to) const { return list_.startingWithin(from, to); }
+    std::vector<std::size_t> startingWithin(Date from, Date to, BlockList::Order order = BlockList::Order::list) const {
+        return list_.startingWithin(from, to, order);
+    }
     std::vector<std::size_t> endingWithin(Date from, Date to) const { return list_.endingWithin(from, to); }
     std::optional<Date> earliestStart() const { return list_.earliestStart(); }
 

@@ -162,10 +162,13 @@ void BlockList::eraseIdSlot(const Uuid& id, std::uint64_t key) {
     --ids_;
 }
 
-std::vector<std::size_t> BlockList::positions(Index::const_iterator first, Index::const_iterator last) const {
+std::vector<std::size_t> BlockList::positions(Index::const_iterator first, Index::const_iterator last, Order order) const {
     std::vector<std::size_t> found;
+    if (last <= first) return found;  // an empty range, or one that ends before it starts
+    found.reserve(std::size_t(last - first));
     for (auto it = first; it < last; ++it) found.push_back(position(it->second));
-    std::sort(found.begin(), found.end());
+    // The index orders by date, then by key, which grows along the list.
+    if (order == Order::list) std::sort(found.begin(), found.end());
     return found;
 }
 
@@ -312,11 +315,11 @@ void BlockList::eraseAt(const std::vector<std::size_t>& positions) {
     rebuildIds(roomFor(kept));
 }
 
-std::vector<std::size_t> BlockList::startingWithin(Date from, Date to) const {
+std::vector<std::size_t> BlockList::startingWithin(Date from, Date to, Order order) const {
     if (std::isnan(from.seconds) || std::isnan(to.seconds)) return {};
     const auto first = std::lower_bound(byStart_.begin(), byStart_.end(), Entry{from.seconds, 0}, before);
     const auto last = std::lower_bound(byStart_.begin(), byStart_.end(), Entry{to.seconds, 0}, before);
-    return positions(first, last);
+    return positions(first, last, order);
 }
 
 std::vector<std::size_t> BlockList::endingWithin(Date from, Date to) const {

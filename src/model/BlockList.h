@@ -89,8 +89,10 @@ public:
     std::size_t eraseIf(const std::function<bool(const Stored&)>& matches);
     std::size_t eraseId(const Uuid& id);
 
-    // Positions of the blocks whose effective start lies in [from, to), in list order.
-    std::vector<std::size_t> startingWithin(Date from, Date to) const;
+    // Positions of the blocks whose effective start lies in [from, to), in
+    // list order, or in order of their starts (equal starts in list order).
+    enum class Order { list, start };
+    std::vector<std::size_t> startingWithin(Date from, Date to, Order order = Order::list) const;
     // Positions of the blocks whose effective end lies in [from, to], in list order.
     std::vector<std::size_t> endingWithin(Date from, Date to) const;
     // The earliest effective start, if any.
@@ -117,7 +119,8 @@ private:
     void rebuildIds(std::size_t room);
     void placeId(const Uuid& id, std::uint64_t key);
     void eraseIdSlot(const Uuid& id, std::uint64_t key);
-    std::vector<std::size_t> positions(Index::const_iterator first, Index::const_iterator last) const;
+    std::vector<std::size_t> positions(Index::const_iterator first, Index::const_iterator last,
+                                       Order order = Order::list) const;
     void removeAt(std::size_t i);
 
     TextPool texts_;

@@ -103,6 +103,8 @@ public:
 
     // Day queries.
     std::vector<MacDayBlock> blocksOnDay(Date date) const;
+    // The blocks whose effective start lies in [from, to), earliest first.
+    std::vector<MacDayBlock> blocksStartingWithin(Date from, Date to) const;
     double todayMinutes() const;
     double selectedDayMinutes() const;
     std::optional<Date> earliestBlockDate() const;

@@ -84,6 +84,14 @@ std::vector<MacDayBlock> MacActivityStore::blocksOnDay(Date date) const {
     return result;
 }
 
+std::vector<MacDayBlock> MacActivityStore::blocksStartingWithin(Date from, Date to) const {
+    std::vector<MacDayBlock> result;
+    const auto positions = blocks_.startingWithin(from, to, BlockList::Order::start);
+    result.reserve(positions.size());
+    for (std::size_t i : positions) result.push_back(blocks_[i]);
+    return result;
+}
+
 double MacActivityStore::minutesOn(Date date) const {
     const DayRange day = dayRange(calendar_, date);
     double minutes = 0;

@@ -42,24 +42,29 @@ PeriodOverview periodOverview(const MacActivityStore& store, const Calendar& cal
     PeriodOverview overview;
     const Date first = startOfPeriod(calendar, period, date);
     const int month = calendar.localTime(first).month;
-    std::vector<MacDayBlock> all;
-    Date day = first;
-    for (int i = 0;; ++i) {
-        if (period == Period::day ? i == 1 : period == Period::week ? i == 7 : calendar.localTime(day).month != month) break;
-        DayTotal total{dayRange(calendar, day), calendar.localTime(day)};
-        for (MacDayBlock& block : store.blocksOnDay(day)) {
-            total.minutes = addMinutes(total.minutes, block.weight);
-            const auto category = std::size_t(block.category);
-            total.byCategory[category] = addMinutes(total.byCategory[category], block.weight);
-            all.push_back(std::move(block));
-        }
+    for (Date day = first;;) {
+        const std::size_t count = overview.days.size();
+        if (period == Period::day ? count == 1 : period == Period::week ? count == 7 : calendar.localTime(day).month != month) break;
+        // Each day starts where the one before ended.
+        const auto next = calendar.addingDays(1, day);
+        overview.days.push_back(DayTotal{{day, next ? calendar.startOfDay(*next) : day + 86400.0}, calendar.localTime(day)});
+        day = overview.days.back().range.end;
+    }
+    overview.range = {first, overview.days.back().range.end};
+    // One query for the whole period; each block goes to the day it starts on.
+    const std::vector<MacDayBlock> blocks = store.blocksStartingWithin(overview.range.start, overview.range.end);
+    auto day = overview.days.begin();
+    for (const MacDayBlock& block : blocks) {
+        while (!day->range.contains(block.effectiveStart()) && day + 1 != overview.days.end()) ++day;
+        day->minutes = addMinutes(day->minutes, block.weight);
+        const auto category = std::size_t(block.category);
+        day->byCategory[category] = addMinutes(day->byCategory[category], block.weight);
+    }
+    for (const DayTotal& total : overview.days) {
         overview.minutes = addMinutes(overview.minutes, total.minutes);
         overview.trackedDays += total.minutes > 0;
-        day = total.range.end;
-        overview.days.push_back(total);
     }
-    overview.range = {first, day};
-    overview.activities = makeSummaries(all);
+    overview.activities = makeSummaries(blocks);
     return overview;
 }
 

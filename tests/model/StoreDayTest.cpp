@@ -79,7 +79,10 @@ TEST(BlockList, IndexesMatchAScanAfterRandomChanges) {
             return a.id == b.id && a.title == b.title && a.note == b.note && a.blockType == b.blockType;
         })) << step;
         for (auto [from, to] : ranges) {
-            ASSERT_EQ(list.startingWithin(Date(from), Date(to)), scan(model, false, from, to)) << step << " " << from;
+            auto starts = scan(model, false, from, to);
+            ASSERT_EQ(list.startingWithin(Date(from), Date(to)), starts) << step << " " << from;
+            std::ranges::stable_sort(starts, {}, [&](std::size_t i) { return model[i].effectiveStart().seconds; });
+            ASSERT_EQ(list.startingWithin(Date(from), Date(to), BlockList::Order::start), starts) << step << " by start";
             ASSERT_EQ(list.endingWithin(Date(from), Date(to)), scan(model, true, from, to)) << step << " " << from;
         }
         if (const auto all = scan(model, false, -INFINITY, INFINITY); !all.empty()) {
