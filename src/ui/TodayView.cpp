@@ -21,6 +21,8 @@
 
 #include <QEvent>
 #include <QFileDialog>
+#include <QFileInfo>
+#include <QStandardPaths>
 #include <QKeyEvent>
 #include <QShortcut>
 #include <QPainter>
@@ -175,10 +177,19 @@ bool TodayView::exportShownDays() {
     const QString suggested = QStringLiteral("Plenda %1 to %2.csv")
                                   .arg(QString::fromStdString(isoDateText(calendar_.localTime(range.start))),
                                        QString::fromStdString(isoDateText(calendar_.localTime(last))));
-    const QString path = actions_.chooseExportFile
-                             ? actions_.chooseExportFile(suggested)
-                             : QFileDialog::getSaveFileName(this, localized("mac.export"), suggested,
-                                                            QStringLiteral("CSV (*.csv);;JSON (*.json)"));
+    QString path;
+    if (actions_.chooseExportFile) {
+        path = actions_.chooseExportFile(suggested);
+    } else {
+        const QString csv = QStringLiteral("CSV (*.csv)"), json = QStringLiteral("JSON (*.json)");
+        QString filter = csv;
+        path = QFileDialog::getSaveFileName(
+            this, localized("mac.export"),
+            QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation) + QLatin1Char('/') + suggested,
+            csv + QStringLiteral(";;") + json, &filter);
+        // A name typed without its ending gets the one of the kind chosen.
+        if (!path.isEmpty() && QFileInfo(path).suffix().isEmpty()) path += filter == json ? QStringLiteral(".json") : QStringLiteral(".csv");
+    }
     if (path.isEmpty()) return false;
     const auto days = exportDays(store_, calendar_, range.start, last);
     QtFiles files;
