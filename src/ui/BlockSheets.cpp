@@ -110,6 +110,7 @@ AddBlockSheet::AddBlockSheet(MacActivityStore& store, const Calendar& calendar, 
     });
     connect(title_, &QLineEdit::textChanged, this, [this] { refresh(); });
     refresh();
+    setMinimumWidth(380);
 }
 
 void AddBlockSheet::refresh() {

@@ -17,7 +17,7 @@ void placeWhollyOnPointerScreen(QWidget& window) {
     // Before the first show the frame is not known and equals the content.
     const QRect content = window.geometry();
     const QRect frame = window.frameGeometry();
-    if (room.contains(frame)) return;
+    if (room.contains(frame) && window.testAttribute(Qt::WA_Moved)) return;
     const QMargins decoration(content.left() - frame.left(), content.top() - frame.top(),
                               frame.right() - content.right(), frame.bottom() - content.bottom());
     const QSize fits = (room.size() - QSize(decoration.left() + decoration.right(),

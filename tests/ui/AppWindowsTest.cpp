@@ -237,6 +237,12 @@ TEST_F(KeeperTest, WindowsOpenWhollyOnThePointersScreen) {
         placeWhollyOnPointerScreen(*day);
         EXPECT_TRUE(room.contains(day->frameGeometry())) << "the whole window is on the screen";
     }
+    // Never placed before (a settings window made afresh): in the middle of
+    // the screen, not wherever the window manager finds room.
+    auto settings = window("Settings");
+    settings->resize(460, 330);
+    placeWhollyOnPointerScreen(*settings);
+    EXPECT_LE((settings->frameGeometry().center() - room.center()).manhattanLength(), 2);
 }
 
 TEST_F(KeeperTest, RaisedWindowsWithTheTitleAreNeverAdopted) {
