@@ -68,8 +68,9 @@ void idleSyncTick(benchmark::State& state, std::size_t count, bool cloud) {
     const auto blocks = syntheticBlocks(count, firstDay);
     files.files["/home/user/.local/share/Plenda/blocks.json"] = *encodeBlocks(blocks);
     store = make();
-    IdSet held;
-    for (const MacDayBlock& block : blocks) held.insert(block.id);
+    std::vector<Uuid> ids;
+    for (const MacDayBlock& block : blocks) ids.push_back(block.id);
+    const IdSet held(ids.begin(), ids.end());
     static_cast<MacCloudSync*>(store->sync())->state().confirm(held, {});
     scheduler.advance(10);
     store->syncNow();  // brings the zone mark saved after the first token

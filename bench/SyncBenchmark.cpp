@@ -12,6 +12,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <sstream>
 
 namespace plenda {
@@ -81,6 +82,26 @@ void ApplyPulled10kInto100k(benchmark::State& state) {
     }
 }
 BENCHMARK(ApplyPulled10kInto100k)->Unit(benchmark::kMillisecond);
+
+// A new device's first pull: every block is new to it, and the pages come
+// in the order of the records' names, not of time.
+void ApplyPulled100kIntoNothing(benchmark::State& state) {
+    auto blocks = diary(100000);
+    std::ranges::sort(blocks, {}, &MacDayBlock::id);
+    std::vector<CloudRecordEnvelope> changed;
+    for (const MacDayBlock& block : blocks) changed.push_back(CloudRecordEnvelope{block.id, *encodeBlock(block), *block.modifiedAt});
+    for (auto _ : state) {
+        state.PauseTiming();
+        World world({});
+        state.ResumeTiming();
+        static_cast<MacCloudSync*>(world.store->sync())->applyPulled(changed, {});
+        if (world.store->blockCount() != blocks.size()) state.SkipWithError("blocks were not taken in");
+        state.PauseTiming();
+        world.store.reset();
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(ApplyPulled100kIntoNothing)->Unit(benchmark::kMillisecond)->Iterations(2);
 
 }  // namespace
 }  // namespace plenda

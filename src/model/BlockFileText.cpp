@@ -157,8 +157,7 @@ void BlockFileText::resetFromFile(const BlockList& list, const std::vector<std::
     reindex();
 }
 
-void BlockFileText::appended(const BlockList& list) {
-    const Uuid& id = list.at(list.size() - 1).id();
+void BlockFileText::appended(const Uuid& id) {
     if (chunks_.empty() || chunks_.back().ids->size() >= chunkSize) {
         chunks_.push_back(fresh({id}));
         firsts_.push_back(size_);
@@ -243,7 +242,12 @@ bool FileBlockList::readInPieces(const std::function<std::size_t(char*, std::siz
 
 void FileBlockList::append(const MacDayBlock& block) {
     list_.append(block);
-    text_.appended(list_);
+    text_.appended(block.id);
+}
+
+void FileBlockList::appendAll(const std::vector<MacDayBlock>& blocks) {
+    list_.appendAll(blocks);
+    for (const MacDayBlock& block : blocks) text_.appended(block.id);
 }
 
 void FileBlockList::update(std::size_t i, const std::function<void(MacDayBlock&)>& change) {

@@ -52,7 +52,7 @@ public:
     void reset(const BlockList& list);
     // The list was read from the file; `ranges` has each block's text in it, when known.
     void resetFromFile(const BlockList& list, const std::vector<std::optional<ByteRange>>& ranges);
-    void appended(const BlockList& list);
+    void appended(const Uuid& id);
     void updated(const BlockList& list, std::size_t i);
     // These positions (ascending) were removed.
     void erased(const std::vector<std::size_t>& positions);
@@ -102,6 +102,7 @@ public:
     // an empty list, when it does not decode that way.
     bool readInPieces(const std::function<std::size_t(char*, std::size_t)>& read, std::uint64_t fileSize);
     void append(const MacDayBlock& block);
+    void appendAll(const std::vector<MacDayBlock>& blocks);
     void update(std::size_t i, const std::function<void(MacDayBlock&)>& change);
     std::size_t eraseIf(const std::function<bool(const BlockList::Stored&)>& matches);
     std::size_t eraseId(const Uuid& id);

@@ -225,6 +225,11 @@ void BlockList::append(const MacDayBlock& block) {
     trimTexts();
 }
 
+void BlockList::appendAll(const std::vector<MacDayBlock>& blocks) {
+    for (const MacDayBlock& block : blocks) add(block);
+    index();
+}
+
 void BlockList::update(std::size_t i, const std::function<void(MacDayBlock&)>& change) {
     MacDayBlock block = unpack(blocks_[i]);
     const std::uint64_t key = keys_[i];

@@ -78,6 +78,8 @@ public:
     void index();
 
     void append(const MacDayBlock& block);
+    // Many at once, anywhere in time: indexed once rather than each shifting the indexes.
+    void appendAll(const std::vector<MacDayBlock>& blocks);
     // Changes one block; its dates and id may change.
     void update(std::size_t i, const std::function<void(MacDayBlock&)>& change);
     // Positions, ascending, of the blocks with this id; of those that match.

@@ -502,12 +502,23 @@ void MacActivityStore::pushAllPending(std::function<void()> finished) {
 }
 
 void MacActivityStore::putBlocks(const std::vector<MacDayBlock>& blocks, const std::vector<Uuid>& removed) {
+    std::vector<MacDayBlock> added;
+    std::unordered_set<Uuid> adding;
     for (const MacDayBlock& block : blocks) {
         if (const auto found = blocks_.find(block.id)) {
             blocks_.update(*found, [&](MacDayBlock& stored) { stored = block; });
+        } else if (adding.insert(block.id).second) {
+            added.push_back(block);
         } else {
-            blocks_.append(block);
+            *std::ranges::find(added, block.id, &MacDayBlock::id) = block;  // the later version of one pull
         }
+    }
+    // A first pull brings hundreds of thousands, in no order of time: those
+    // are indexed once; a few go in one by one.
+    if (added.size() > 64) {
+        blocks_.appendAll(added);
+    } else {
+        for (const MacDayBlock& block : added) blocks_.append(block);
     }
     if (!removed.empty()) {
         const std::unordered_set<Uuid> gone(removed.begin(), removed.end());

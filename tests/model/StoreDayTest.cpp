@@ -64,6 +64,11 @@ TEST(BlockList, IndexesMatchAScanAfterRandomChanges) {
             }
             case 2:
                 if (random() % 20 == 0) list.replace(model = {fresh, fresh, makeBlock("C", C::mind, Date(5), Date(9))});
+                if (random() % 4 == 0) {
+                    const std::vector<MacDayBlock> many{fresh, makeBlock("D", C::body, Date(time()), Date(time()))};
+                    list.appendAll(many);
+                    model.insert(model.end(), many.begin(), many.end());
+                }
                 break;
             case 3: case 4:
                 if (!model.empty()) {
