@@ -56,9 +56,13 @@ BlockFileText::Written BlockFileText::Snapshot::write(Files& files, const std::s
     const auto source = copies ? files.openForReading(path) : nullptr;
     // Checked again right before the write: another program may have written
     // since the main thread looked, and the copied ranges are of the file as it was.
-    const auto current = [&] { return source ? source->stamp() : files.stamp(path); };
-    if (current() != expected || (copies && !source)) {
+    if ((source ? source->stamp() : files.stamp(path)) != expected) {
         result.outsideWrite = true;
+        return result;
+    }
+    // The same file, yet it cannot be opened: its text is written anew next time.
+    if (copies && !source) {
+        result.failure = "the block file could not be opened to copy from";
         return result;
     }
     std::vector<std::pair<std::uint64_t, ByteRange>> ranges;
@@ -83,12 +87,15 @@ BlockFileText::Written BlockFileText::Snapshot::write(Files& files, const std::s
             }
             ranges.emplace_back(piece.version, ByteRange{begin, out.offset() - begin});
         }
-        // Rewritten in place while it was copied: what was copied may be torn.
-        if (copies && source->stamp() != expected) {
+        // Rewritten in place while it was copied (what was copied may be
+        // torn), or replaced meanwhile: the other program's file stays.
+        if ((copies && source->stamp() != expected) || files.stamp(path) != expected) {
             result.outsideWrite = true;
             return false;
         }
-        return out.append("]") && out.flush();
+        if (!out.append("]") || !out.flush()) return false;
+        result.stamp = file.stamp();
+        return true;
     });
     if (!result.failure) result.ranges = std::move(ranges);
     return result;

@@ -38,6 +38,7 @@ public:
         bool outsideWrite = false;  // the file was not the one the ranges are of
         std::optional<std::string> failure;
         std::vector<std::pair<std::uint64_t, ByteRange>> ranges;  // by piece version, in the new file
+        std::optional<FileStamp> stamp;  // of the new file
     };
     // The text at one moment; never changes, and is written on any thread.
     struct Snapshot {

@@ -49,7 +49,6 @@ struct MacActivityStore::Write {
     std::optional<FileStamp> expected;  // the file as the store last read or wrote it
     // What came of it.
     BlockFileText::Written result;
-    std::optional<FileStamp> stamp;
     std::vector<std::function<void(bool)>> then;  // told on the main thread once it landed
 
     bool written() const { return !result.outsideWrite && !result.failure; }
@@ -61,7 +60,6 @@ struct MacActivityStore::Write {
             state = State::running;
         }
         result = snapshot.write(files, path, expected);
-        if (written()) stamp = files.stamp(path);
         {
             std::lock_guard lock(mutex);
             state = State::done;
@@ -319,7 +317,7 @@ bool MacActivityStore::finishWrite(Write& write) {
     if (write.result.failure) blocks_.forgetFile();
     if (!write.written()) return false;
     blocksFileKnown_ = true;
-    fileStamp_ = write.stamp;
+    fileStamp_ = write.result.stamp;
     blocks_.written(std::move(write.result.ranges));
     // The ids are sorted out of the snapshot only when another program's write needs them.
     fileIds_.clear();

@@ -42,6 +42,9 @@ class FileWriter {
 public:
     virtual ~FileWriter() = default;
     virtual bool write(std::string_view bytes) = 0;
+    // The stamp the file will have once it replaces the old one (what is
+    // written so far): known here, where no other program can change it.
+    virtual std::optional<FileStamp> stamp() const = 0;
 };
 
 // The file system as the program uses it. Everything it creates is readable

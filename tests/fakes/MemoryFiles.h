@@ -66,11 +66,14 @@ public:
                                                const std::function<bool(FileWriter&)>& produce) override {
         struct Text final : FileWriter {
             std::string bytes;
+            std::int64_t version = 0;
             bool write(std::string_view more) override {
                 bytes.append(more);
                 return true;
             }
+            std::optional<FileStamp> stamp() const override { return FileStamp{bytes.size(), version, 0}; }
         } text;
+        text.version = versions[path] + 1;
         ++writeCount;
         if (writeFailure) return writeFailure;
         if (!produce(text)) return "the text could not be made";

@@ -45,9 +45,11 @@ public:
     BlockFileText::Written write(const BlockFileText::Snapshot& snapshot) {
         auto written = snapshot.write(files, path, stamp);
         if (!written.failure && !written.outsideWrite) {
-            stamp = files.stamp(path);
+            EXPECT_EQ(written.stamp, files.stamp(path)) << "the new file's stamp, known before it replaced the old";
+            stamp = written.stamp;
             list.written(written.ranges);
         }
+        if (written.failure) list.forgetFile();  // as the store does
         return written;
     }
     const std::string& text() { return files.files[path]; }
@@ -112,6 +114,17 @@ TEST(BlockFileText, UnchangedRunsAreCopiedFromTheFileAsTheyStandThere) {
     file.read("[" + *encodeBlock(tricky[0]) + " ,  " + *encodeBlock(tricky[1]) + "," + *encodeBlock(tricky[2]) + "]");
     file.write(file.list.snapshot());
     EXPECT_EQ(file.text(), encodeBlocks(file.list.all()));
+
+    // The same file, but it cannot be opened: the write fails (no endless
+    // retries as if another program had written), and the next encodes anew.
+    file.read(*encodeBlocks(blocks));
+    file.files.unreadable.insert(file.path);
+    file.list.update(3, [](MacDayBlock& block) { block.weight = 9; });
+    const auto refused = file.write(file.list.snapshot());
+    EXPECT_TRUE(refused.failure && !refused.outsideWrite);
+    EXPECT_FALSE(file.write(file.list.snapshot()).failure);
+    EXPECT_EQ(decodeBlocks(file.text())->at(3).weight, 9);
+    file.files.unreadable.clear();
 
     // Written over in place since it was read: nothing is copied from it.
     file.read(*encodeBlocks(blocks));

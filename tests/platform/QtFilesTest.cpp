@@ -33,8 +33,14 @@ TEST(QtFiles, UserOnlyFilesAreWrittenReadAndMovedTellingMissingFromFailed) {
     ASSERT_TRUE(first);
     EXPECT_EQ(first->size, 5u);
     EXPECT_EQ(files.stamp(file), first);
-    ASSERT_FALSE(files.writeFileAtomically(file, "[1,2]"));
+    std::optional<FileStamp> told;
+    ASSERT_FALSE(files.writeAtomically(file, [&](FileWriter& writer) {
+        const bool wrote = writer.write("[1,2]");
+        told = writer.stamp();
+        return wrote;
+    }));
     EXPECT_NE(files.stamp(file), first) << "rewritten at once with as many bytes";
+    EXPECT_EQ(files.stamp(file), told) << "the writer knew the file's stamp before it replaced the old one";
     EXPECT_EQ(modeOf(file), 0600u);
     const FileRead read = files.readFile(file);
     EXPECT_EQ(read.status, FileRead::Status::ok);

@@ -64,6 +64,12 @@ public:
     bool write(std::string_view bytes) override {
         return file_.write(bytes.data(), qint64(bytes.size())) == qint64(bytes.size());
     }
+    // The renaming keeps the inode, the size and the time of the last write.
+    std::optional<FileStamp> stamp() const override {
+        struct stat status {};
+        if (::fstat(file_.handle(), &status) != 0) return std::nullopt;
+        return stampOf(status);
+    }
 
 private:
     QSaveFile& file_;
