@@ -198,12 +198,20 @@ private:
     double minutesOn(Date date) const;
 
     // What an edit did to each block it touched: the block before and after
-    // (none: it did not exist, or no longer does).
+    // (none: it did not exist, or no longer does); and the category it taught
+    // later sessions of a title, with the one they had before.
     struct BlockChange {
         Uuid id;
         std::optional<MacDayBlock> before, after;
     };
-    using Edit = std::vector<BlockChange>;
+    struct CategoryChoice {
+        std::string title;
+        MacBlockCategory before, after;
+    };
+    struct Edit {
+        std::vector<BlockChange> changes;
+        std::optional<CategoryChoice> choice = std::nullopt;
+    };
     void remember(Edit edit);
     // Brings each block to the version given (none: removed), as of now.
     Edit bringBack(const Edit& edit, bool toBefore);

@@ -135,9 +135,10 @@ void MacActivityStore::changeCategory(std::string_view title, MacBlockCategory f
             block.modifiedAt = now;
         });
         changed.push_back(blocks_[i]);
-        edit.push_back({before.id, before, changed.back()});
+        edit.changes.push_back({before.id, before, changed.back()});
     }
     if (changed.empty()) return;
+    edit.choice = CategoryChoice{std::string(title), from, to};
     remember(std::move(edit));
     scheduleSave();
     publish();
@@ -163,7 +164,7 @@ void MacActivityStore::deleteSummary(std::string_view title, MacBlockCategory ca
     std::sort(positions.begin(), positions.end());
     blocks_.eraseAt(positions);
     Edit edit;
-    for (const MacDayBlock& block : removed) edit.push_back({block.id, block, std::nullopt});
+    for (const MacDayBlock& block : removed) edit.changes.push_back({block.id, block, std::nullopt});
     remember(std::move(edit));
     scheduleSave();
     publish();
@@ -191,7 +192,7 @@ std::optional<MacDayBlock> MacActivityStore::addManualBlock(const std::string& t
         .blockType = std::string(manualBlockType),
         .modifiedAt = clock_.now(),
     };
-    remember({{block.id, std::nullopt, block}});
+    remember({{{block.id, std::nullopt, block}}});
     upsert(block);
     return block;
 }
@@ -215,7 +216,7 @@ bool MacActivityStore::editBlock(const Uuid& id, const BlockEdit& edit) {
     if (after == before) return true;
     after.modifiedAt = clock_.now();
     blocks_.update(*found, [&](MacDayBlock& block) { block = after; });
-    remember({{id, before, after}});
+    remember({{{id, before, after}}});
     scheduleSave();
     publish();
     markDirtyAndUpload({after});
@@ -240,7 +241,7 @@ bool MacActivityStore::splitBlock(const Uuid& id, Date at) {
     second.modifiedAt = now;
     blocks_.update(*found, [&](MacDayBlock& block) { block = first; });
     blocks_.append(second);
-    remember({{id, before, first}, {second.id, std::nullopt, second}});
+    remember({{{id, before, first}, {second.id, std::nullopt, second}}});
     scheduleSave();
     publish();
     markDirtyAndUpload({first, second});
@@ -256,16 +257,23 @@ MacActivityStore::Edit MacActivityStore::bringBack(const Edit& edit, bool toBefo
     const Date now = clock_.now();
     Edit done;
     std::vector<MacDayBlock> put, removed;
-    for (const BlockChange& change : edit) {
+    for (const BlockChange& change : edit.changes) {
         const auto found = blocks_.find(change.id);
         std::optional<MacDayBlock> current;
         if (found) current = blocks_[*found];
+        // A block changed since (a session merged into it, another device's
+        // edit) keeps that change: taking the edit back would lose it.
+        if (current != (toBefore ? change.after : change.before)) continue;
         std::optional<MacDayBlock> target = toBefore ? change.before : change.after;
         // As of now, so that it wins over every version synced so far.
         if (target) target->modifiedAt = now;
         if (target) put.push_back(*target);
         else if (current) removed.push_back(*current);
-        done.push_back({change.id, current, target});
+        done.changes.push_back({change.id, current, target});
+    }
+    if (edit.choice) {
+        rememberCategory(edit.choice->title, toBefore ? edit.choice->before : edit.choice->after);
+        done.choice = edit.choice;
     }
     std::vector<Uuid> gone;
     for (const MacDayBlock& block : removed) gone.push_back(block.id);
@@ -284,7 +292,7 @@ void MacActivityStore::undo() {
     undoable_.pop_back();
     Edit done = bringBack(edit, true);
     // Done again from what it undid, with the versions as they are now.
-    for (BlockChange& change : done) std::swap(change.before, change.after);
+    for (BlockChange& change : done.changes) std::swap(change.before, change.after);
     redoable_.push_back(std::move(done));
 }
 

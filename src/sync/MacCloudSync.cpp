@@ -144,7 +144,8 @@ void MacCloudSync::syncNow(std::function<void()> finished) {
                 tokenPull_ = pull;
                 state_.saveChangeToken(token);
             };
-            if (result.changed.empty() && result.deleted.empty()) keepToken(true);
+            // Blocks a whole-zone fetch found deleted elsewhere are changes too.
+            if (result.changed.empty() && result.deleted.empty() && !store_.hasPendingSave()) keepToken(true);
             else store_.saveThen(keepToken);
             pushPending(dirtyBlocks(), true, [this, alive, finished] {
                 if (alive.expired()) return;

@@ -1,5 +1,6 @@
 #include "fakes/StoreFixture.h"
 #include "model/MacDayBlockJson.h"
+#include "tracking/CategoryRules.h"
 
 namespace plenda {
 namespace {
@@ -143,6 +144,20 @@ TEST_F(BlockEdits, UndoAndRedoEveryKindOfEdit) {
     store->undo();
     store->changeCategory("Mail · inbox", C::work, C::social);
     EXPECT_FALSE(store->canRedo()) << "a new edit ends what could be done again";
+    EXPECT_EQ(categoryOverride(defaults, "Mail · inbox"), C::social);
+    store->undo();
+    EXPECT_EQ(categoryOverride(defaults, "Mail · inbox"), C::work) << "later sessions are taught back";
+}
+
+// What changed after an edit is kept when the edit is undone: a session
+// merged into an added block stays, and so does the block.
+TEST_F(BlockEdits, UndoKeepsWhatChangedSince) {
+    const auto added = store->addManualBlock("Xcode", C::work, at(2024, 3, 5, 9), at(2024, 3, 5, 10));
+    ASSERT_TRUE(added);
+    store->recordSession("Xcode", C::work, at(2024, 3, 5, 10, 1), at(2024, 3, 5, 10, 30), std::nullopt);
+    ASSERT_EQ(store->block(added->id)->endDate, at(2024, 3, 5, 10, 30)) << "the session went into the added block";
+    store->undo();
+    EXPECT_EQ(store->block(added->id)->endDate, at(2024, 3, 5, 10, 30)) << "nothing of it lost";
 }
 
 }  // namespace

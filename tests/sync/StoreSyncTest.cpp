@@ -357,8 +357,12 @@ TEST_F(StoreSyncing, AFullRefetchTellsABlockDeletedElsewhereFromOneNotOnTheServe
         } else {
             remoteDelete(confirmed.id);
             server.compactTombstones(dayBlocksZoneID());
+            // The block removed here must reach the file before the token is kept.
+            files.writeFailure = "No space left on device";
         }
         sync();
+        EXPECT_EQ(defaults.object(storeSync().state().changeTokenKey()).has_value(), zoneMadeAnew);
+        files.writeFailure.reset();
         EXPECT_THAT(log.texts(), ::testing::Contains("Change token expired; refetching in full"));
         EXPECT_EQ(localBlock(confirmed.id).has_value(), zoneMadeAnew);
         EXPECT_EQ(serverBlock(confirmed.id).has_value(), zoneMadeAnew);
