@@ -1,5 +1,6 @@
 # Shared by the end-to-end scripts (sourced, not run): a work folder cleaned
-# up on exit, a wait helper, a private X display with openbox, so no other
+# up on exit, a wait helper, a private X display with openbox (waited for as
+# long as a busy machine may need), so no other
 # test's window manager gets in the way, and terminal windows of a given
 # class. The sourcing script defines fail() before calling start_x_session.
 work=$(mktemp -d)
@@ -17,12 +18,13 @@ start_x_session() {
   exec 3<> <(:)
   Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp >"$work/xvfb.log" 2>&1 &
   pids+=($!)
-  read -r -t 10 display <&3 || fail "Xvfb did not start"
+  read -r -t 60 display <&3 || fail "Xvfb did not start"
   export DISPLAY=":$display"
   openbox >"$work/openbox.log" 2>&1 &
   pids+=($!)
   # xprop exits 0 even when the property is missing: look for the window id.
-  within 10 sh -c 'xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q "window id"' || fail "openbox did not start"
+  within 60 sh -c 'xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q "window id"' ||
+    { cat "$work/openbox.log" >&2; fail "openbox did not start"; }
 }
 
 window_of_class() { xdotool search --onlyvisible --class "$1" 2>/dev/null | head -1; }
