@@ -8,7 +8,9 @@
 #include "tracking/BrowserTabs.h"
 #include "tracking/WindowTitles.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <iterator>
 
 namespace plenda {
 namespace {
@@ -34,18 +36,29 @@ void checkSurvivesFile(const std::string& title) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace plenda;
     FuzzInput input(data, size);
-    static const char* const owners[] = {
+    // Mac editors separate with dashes, so a project never holds one; Linux VS Code
+    // separates with " - " and a folder name may well hold a dash.
+    static const char* const dashOwners[] = {
         "com.microsoft.VSCode", "dev.zed.Zed",   "com.apple.dt.Xcode",      "com.jetbrains.intellij",
         "jetbrains-clion",      "com.apple.Terminal", "com.googlecode.iterm2", "com.google.android.studio",
         "com.apple.Safari"};
+    static const char* const hyphenOwners[] = {"code", "code-oss", "code-insiders", "codium", "Code", "Code - OSS",
+                                               "VSCodium"};
+    const std::uint8_t kind = input.byte() % 16;
     const std::optional<std::string> owner =
-        input.byte() % 16 == 0 ? std::nullopt : std::optional<std::string>(input.oneOf(owners));
+        kind == 0   ? std::nullopt
+        : kind == 1 ? std::optional<std::string>(input.oneOf(hyphenOwners))
+                    : std::optional<std::string>(input.oneOf(dashOwners));
     const std::string title = input.rest();
 
     if (const auto project = projectName(owner, title)) {
         if (project->empty()) std::abort();
         if (project->front() == ' ' || project->back() == ' ') std::abort();
-        if (project->find("\u2014") != std::string::npos || project->find("\u2013") != std::string::npos) std::abort();
+        const bool hyphenated =
+            owner && std::find(std::begin(hyphenOwners), std::end(hyphenOwners), *owner) != std::end(hyphenOwners);
+        if (hyphenated ? project->find(" - ") != std::string::npos
+                       : project->find("\u2014") != std::string::npos || project->find("\u2013") != std::string::npos)
+            std::abort();
         checkSurvivesFile("Code \u00B7 " + *project);
     }
     if (auto host = hostOfAddress(title)) {
