@@ -25,9 +25,10 @@ trap cleanup EXIT
 within() { local seconds=$1; shift; for _ in $(seq $((seconds * 10))); do "$@" && return 0; sleep 0.1; done; return 1; }
 
 # Our own virtual display: Xvfb names it on a pipe once it accepts clients,
-# so there is no guessing how long a busy machine takes.
+# so there is no guessing how long a busy machine takes; -noreset keeps a
+# probe that leaves early from resetting it under openbox connecting.
 exec 3<> <(:)
-Xvfb -displayfd 3 -screen 0 1512x982x24 -nolisten tcp >"$out/xvfb.log" 2>&1 &
+Xvfb -displayfd 3 -screen 0 1512x982x24 -nolisten tcp -noreset >"$out/xvfb.log" 2>&1 &
 pids+=($!)
 read -r -t 60 display <&3 || { echo "the virtual display did not start" >&2; exit 1; }
 export DISPLAY=":$display"

@@ -16,14 +16,18 @@ within() { local seconds=$1; shift; for _ in $(seq $((seconds * 10))); do "$@" &
 
 start_x_session() {
   exec 3<> <(:)
-  Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp >"$work/xvfb.log" 2>&1 &
+  # -noreset: else the server resets when its first client (a probe below)
+  # leaves, and a client connecting meanwhile, openbox on a busy machine, fails.
+  Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp -noreset >"$work/xvfb.log" 2>&1 &
   pids+=($!)
   read -r -t 60 display <&3 || fail "Xvfb did not start"
   export DISPLAY=":$display"
   openbox >"$work/openbox.log" 2>&1 &
-  pids+=($!)
+  local openbox=$!
+  pids+=($openbox)
   # xprop exits 0 even when the property is missing: look for the window id.
-  within 60 sh -c 'xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q "window id"' ||
+  managed() { xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q "window id" || ! kill -0 "$openbox" 2>/dev/null; }
+  within 60 managed && kill -0 "$openbox" 2>/dev/null ||
     { cat "$work/openbox.log" >&2; fail "openbox did not start"; }
 }
 
