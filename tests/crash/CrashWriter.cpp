@@ -3,9 +3,10 @@
 //   (N blocks in that save) after every save that completed;
 // - `plenda-crash-writer FOLDER background` records sessions in bursts on the
 //   real event loop and lets the debounced saves write on the writer thread.
-//   It prints "recorded ID T" for every new block and "wrote S E" for every
-//   write that completed (T, S, E on the steady clock, in seconds), so a test
-//   that kills it can tell what the file must hold.
+//   It prints "recorded ID T" for every new block, "began S" as every write
+//   begins and "wrote S E" for every write that completed (T, S, E on the
+//   steady clock, in seconds), so a test that kills it can tell what the
+//   file must hold.
 #include "fakes/ForwardingFiles.h"
 #include "fakes/KeyStringTable.h"
 #include "fakes/MemoryDefaults.h"
@@ -37,13 +38,19 @@ double steadySeconds() {
 
 std::mutex printing;
 
-// Reports every completed write with when it began and ended.
+// Reports every write as it begins, and again with when it began and ended
+// once it has completed.
 class TimedFiles final : public ForwardingFiles {
 public:
     using ForwardingFiles::ForwardingFiles;
     std::optional<std::string> writeAtomically(const std::string& path,
                                                const std::function<bool(FileWriter&)>& produce) override {
         const double start = steadySeconds();
+        {
+            std::lock_guard lock(printing);
+            std::printf("began %.6f\n", start);
+            std::fflush(stdout);
+        }
         auto failure = ForwardingFiles::writeAtomically(path, produce);
         if (!failure) {
             std::lock_guard lock(printing);
