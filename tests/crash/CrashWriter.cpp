@@ -3,10 +3,11 @@
 //   (N blocks in that save) after every save that completed;
 // - `plenda-crash-writer FOLDER background` records sessions in bursts on the
 //   real event loop and lets the debounced saves write on the writer thread.
-//   It prints "recorded ID T" for every new block, "began S" as every write
-//   begins and "wrote S E" for every write that completed (T, S, E on the
-//   steady clock, in seconds), so a test that kills it can tell what the
-//   file must hold.
+//   It prints "recorded ID T P" for every new block (recorded by T, the
+//   next one P seconds later or more), "began S" as every write begins and
+//   "wrote S E" for every write that completed (T, S, E on the steady
+//   clock, in seconds), so a test that kills it can tell what the file must
+//   hold.
 #include "fakes/ForwardingFiles.h"
 #include "fakes/KeyStringTable.h"
 #include "fakes/MemoryDefaults.h"
@@ -23,6 +24,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <iostream>
 #include <mutex>
 #include <random>
 #include <sstream>
@@ -69,9 +71,12 @@ int saveInBackground(int argc, char** argv, Files& plain) {
     MemoryDefaults defaults;
     defaults.setBool("didSplitMidnightSpanningBlocks", true);
     KeyStringTable strings;
-    std::ostringstream quiet;
     TimedFiles files(plain);
-    MacActivityStore store({clock, scheduler, calendar, defaults, files, strings, true, &Uuid::random, quiet});
+    // The id of the newest block, without copying out every block for it.
+    Uuid newest;
+    const auto makeUuid = [&newest] { return newest = Uuid::random(); };
+    // What the store says goes into the report, which a failing test shows.
+    MacActivityStore store({clock, scheduler, calendar, defaults, files, strings, true, makeUuid, std::cout});
 
     // Bursts of one to three sessions, then a pause that may or may not let
     // the debounced save fire before the next burst.
@@ -81,14 +86,15 @@ int saveInBackground(int argc, char** argv, Files& plain) {
     std::function<void()> next = [&] {
         if (left == 0) left = burst(random);
         const Date now = clock.now();
-        store.recordSession("Session " + std::to_string(store.blocks().size()), MacBlockCategory::work, now - 1,
-                            now, "Logged automatically on Mac");
+        store.recordSession("Session " + std::to_string(store.blockCount()), MacBlockCategory::work, now - 1, now,
+                            "Logged automatically on Mac");
+        const int milliseconds = --left > 0 ? 20 : pause(random);
         {
             std::lock_guard lock(printing);
-            std::printf("recorded %s %.6f\n", store.blocks().back().id.string().c_str(), steadySeconds());
+            std::printf("recorded %s %.6f %.3f\n", newest.string().c_str(), steadySeconds(), milliseconds / 1000.0);
             std::fflush(stdout);
         }
-        QTimer::singleShot(--left > 0 ? 20 : pause(random), next);
+        QTimer::singleShot(milliseconds, next);
     };
     QTimer::singleShot(0, next);
     return app.exec();
