@@ -1,11 +1,11 @@
 #include "app/DayReport.h"
 
+#include "app/ReportStore.h"
 #include "base/JsonWriter.h"
 #include "base/NumberText.h"
 #include "model/BlockFilePieces.h"
 #include "model/MacActivityStore.h"
 #include "model/MacDayBlockJson.h"
-#include "platform/Defaults.h"
 #include "platform/IcuCalendar.h"
 #include "platform/qt/QtFiles.h"
 #include "platform/qt/QtStringTable.h"
@@ -29,31 +29,11 @@
 #include <cstring>
 #include <iomanip>
 #include <iostream>
-#include <map>
 #include <sstream>
 
 namespace plenda {
 
 namespace {
-
-// The store the report shows holds the day's blocks and nothing it could
-// write goes anywhere.
-class DayFiles final : public Files {
-public:
-    explicit DayFiles(std::string bytes) : bytes_(std::move(bytes)) {}
-    std::optional<std::string> applicationSupportDirectory() const override { return "/report"; }
-    bool createDirectories(const std::string&) override { return true; }
-    FileRead readFile(const std::string&) const override { return FileRead{FileRead::Status::ok, bytes_, {}}; }
-    std::optional<FileStamp> stamp(const std::string&) const override { return FileStamp{}; }
-    std::unique_ptr<FileReader> openForReading(const std::string&) const override { return nullptr; }
-    std::optional<std::string> writeAtomically(const std::string&, const std::function<bool(FileWriter&)>&) override {
-        return {};
-    }
-    bool moveFile(const std::string&, const std::string&) override { return false; }
-
-private:
-    std::string bytes_;
-};
 
 enum class BlockRead { ok, missing, failed, undecodable };
 
@@ -88,20 +68,6 @@ BlockRead readBlocks(const std::string& path, const std::function<void(MacDayBlo
     for (MacDayBlock& block : *blocks) take(std::move(block));
     return BlockRead::ok;
 }
-
-class ScratchDefaults final : public Defaults {
-public:
-    std::optional<DefaultsValue> object(std::string_view key) const override {
-        const auto found = values_.find(std::string(key));
-        if (found == values_.end()) return std::nullopt;
-        return found->second;
-    }
-    void set(std::string_view key, DefaultsValue value) override { values_.insert_or_assign(std::string(key), value); }
-    void remove(std::string_view key) override { values_.erase(std::string(key)); }
-
-private:
-    std::map<std::string, DefaultsValue> values_;
-};
 
 std::optional<double> positive(std::string_view text) {
     const auto value = parseDecimal(text);
@@ -302,15 +268,10 @@ int runDayReport(int argc, char** argv) {
     }
     if (earliest && !range.contains(earliest->effectiveStart())) kept.push_back(std::move(*earliest));
 
-    // The blocks as the day window shows them: the one-time split of blocks
-    // that cross midnight belongs to the app, which saves what it splits.
-    DayFiles files(encodeBlocks(kept).value_or("[]"));
-    ScratchDefaults defaults;
-    defaults.setBool(MacActivityStore::didSplitKey, true);
     QtScheduler scheduler;
     QtStringTable strings;
-    MacActivityStore store(MacActivityStore::Dependencies{clock, scheduler, calendar, defaults, files, strings,
-                                                          true, &Uuid::random, std::cerr});
+    ReportStore report(kept, clock, scheduler, calendar, strings);
+    MacActivityStore& store = report.store();
     if (options.exports()) {
         const auto days = exportDays(store, calendar, from, to);
         std::cout << (options.json ? exportJson(days, calendar) + "\n"
