@@ -53,6 +53,8 @@ ReportStore::ReportStore(const std::vector<MacDayBlock>& blocks, Clock& clock, S
     defaults_->setBool(MacActivityStore::didSplitKey, true);
     store_ = std::make_unique<MacActivityStore>(MacActivityStore::Dependencies{
         clock, scheduler, calendar, *defaults_, *files_, strings, true, &Uuid::random, std::cerr});
+    // As the app does at launch: with sync off, this is what its status says.
+    store_->syncNow({});
 }
 
 ReportStore::~ReportStore() = default;

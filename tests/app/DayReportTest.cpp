@@ -1,5 +1,8 @@
 #include "app/DayReport.h"
+#include "app/ReportStore.h"
+#include "fakes/KeyStringTable.h"
 #include "fakes/StoreFixture.h"
+#include "fakes/VirtualScheduler.h"
 #include "model/MacDayBlockJson.h"
 
 #include <QDateTime>
@@ -101,6 +104,19 @@ TEST(DayReport, ShowsTheBlocksOfTheDayAsTheFileHoldsThem) {
     EXPECT_NE(json.find("\"totalMinutes\":240,"), std::string::npos) << json;
     EXPECT_EQ((std::stringstream() << std::ifstream(path).rdbuf()).str(), *encodeBlocks(blocks));
     std::remove(path.c_str());
+}
+
+// The picture of the day window says what the app says with sync off, not
+// that something waits to be synced.
+TEST(DayReport, TheStoreShownSaysSyncIsOff) {
+    VirtualScheduler scheduler{Date(700000000.0)};
+    IcuCalendar calendar("Europe/Berlin");
+    KeyStringTable strings;
+    const Date start = scheduler.now() - 3600;
+    ReportStore report({makeBlock("Xcode", MacBlockCategory::work, start, start + 600)}, scheduler, scheduler,
+                       calendar, strings);
+    EXPECT_EQ(report.store().blockCount(), 1u);
+    EXPECT_EQ(report.store().syncMessage(), "mac.sync.testmode");
 }
 
 TEST(DayReport, AnUnreadableBlockFileFailsAndStaysAsItWas) {
